@@ -1,0 +1,113 @@
+# SPDX-License-Identifier: Apache-2.0
+# The five link targets, what folders they hold and what they link. A component is built from every source in its
+# folders; the few files that live in a folder of another component are named under EXCEPT there and ALSO here.
+
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+
+# corvane_require(<name> <pkg-config module>): PkgConfig::<name>, found once.
+function(corvane_require name module)
+    if(NOT TARGET PkgConfig::${name})
+        pkg_check_modules(${name} REQUIRED IMPORTED_TARGET GLOBAL ${module})
+    endif()
+endfunction()
+
+# corvane_component(Core FOLDERS … [ALSO …] [EXCEPT …] [USES Core …] [MODULES <name>=<module> …])
+function(corvane_component component)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "FOLDERS;ALSO;EXCEPT;USES;MODULES;SYSTEM")
+    set(patterns)
+    foreach(folder IN LISTS ARG_FOLDERS)
+        list(APPEND patterns "${PROJECT_SOURCE_DIR}/corvane/${folder}/*.cpp" "${PROJECT_SOURCE_DIR}/corvane/${folder}/*.h")
+    endforeach()
+    file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+    foreach(stem IN LISTS ARG_ALSO)
+        file(GLOB also CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/corvane/${stem}.cpp"
+                                         "${PROJECT_SOURCE_DIR}/corvane/${stem}.h")
+        list(APPEND sources ${also})
+    endforeach()
+    foreach(stem IN LISTS ARG_EXCEPT)
+        list(REMOVE_ITEM sources "${PROJECT_SOURCE_DIR}/corvane/${stem}.cpp" "${PROJECT_SOURCE_DIR}/corvane/${stem}.h")
+    endforeach()
+    set(units ${sources})
+    list(FILTER units INCLUDE REGEX "\\.cpp$")
+    if(NOT units)
+        return() # nothing is in these rooms yet
+    endif()
+
+    set(target Corvane${component})
+    string(TOLOWER ${component} lower)
+    add_library(${target} ${sources})
+    add_library(Corvane::${component} ALIAS ${target})
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    target_include_directories(${target} PUBLIC
+        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_link_libraries(${target} PRIVATE corvane_warnings)
+    set_target_properties(${target} PROPERTIES
+        OUTPUT_NAME corvane-${lower}
+        EXPORT_NAME ${component}
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${CORVANE_SOVERSION}
+        POSITION_INDEPENDENT_CODE ON
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+    foreach(used IN LISTS ARG_USES)
+        target_link_libraries(${target} PUBLIC Corvane${used})
+    endforeach()
+    foreach(system IN LISTS ARG_SYSTEM)
+        target_link_libraries(${target} PUBLIC ${system})
+    endforeach()
+    set(modules)
+    foreach(pair IN LISTS ARG_MODULES)
+        string(REPLACE "=" ";" pair "${pair}")
+        list(GET pair 0 name)
+        list(GET pair 1 module)
+        corvane_require(${name} ${module})
+        target_link_libraries(${target} PRIVATE PkgConfig::${name})
+        list(APPEND modules ${module})
+    endforeach()
+    set_property(GLOBAL APPEND PROPERTY CORVANE_COMPONENTS ${component})
+    set_property(GLOBAL PROPERTY CORVANE_${component}_USES "${ARG_USES}")
+    set_property(GLOBAL PROPERTY CORVANE_${component}_MODULES "${ARG_MODULES}")
+    set_property(GLOBAL PROPERTY CORVANE_${component}_SOURCES "${sources}")
+endfunction()
+
+set(CORVANE_ALL_COMPONENTS Core Text Files App Graphics)
+set(CORVANE_BUILD_COMPONENTS ${CORVANE_ALL_COMPONENTS} CACHE STRING "components to build, a semicolon list")
+
+macro(corvane_wanted component)
+    if(${component} IN_LIST CORVANE_BUILD_COMPONENTS)
+        corvane_component(${component} ${ARGN})
+    endif()
+endmacro()
+
+corvane_wanted(Core
+    FOLDERS Platform/Base Platform/Dispatch Platform/Media LowLevel CoreDispatch ItemsManager Collections AppSupport
+            Numbers Geometry AudioVisual
+    EXCEPT Collections/FinderOrder AppSupport/ReviewRequestMaker
+    SYSTEM Threads::Threads
+    MODULES EXPAT=expat URIPARSER=liburiparser)
+corvane_wanted(Text
+    FOLDERS Platform/Text StringsAndText
+    ALSO Collections/FinderOrder
+    USES Core
+    MODULES ICU=icu-i18n ICUUC=icu-uc)
+corvane_wanted(Files
+    FOLDERS Platform/Files FilesAndData
+    USES Core)
+corvane_wanted(App
+    FOLDERS Platform/Storage UserSettings UserKeychain
+    ALSO AppSupport/ReviewRequestMaker
+    USES Core Files
+    MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
+corvane_wanted(Graphics
+    FOLDERS Platform/Graphics GraphicsUtilities CoreGraphics CoreAnimation
+    USES Core Files
+    MODULES CAIRO=cairo JPEG=libjpeg PNG=libpng TIFF=libtiff-4 HEIF=libheif LCMS=lcms2)
+
+get_property(built GLOBAL PROPERTY CORVANE_COMPONENTS)
+add_library(CorvaneAll INTERFACE)
+add_library(Corvane::Corvane ALIAS CorvaneAll)
+set_target_properties(CorvaneAll PROPERTIES EXPORT_NAME Corvane)
+foreach(component IN LISTS built)
+    target_link_libraries(CorvaneAll INTERFACE Corvane${component})
+endforeach()

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <corvane/Platform/Base/Export.h>
+
+#include <compare>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvane {
+
+/// A uniform resource locator, as a value over its text; most are file URLs.
+///
+///     URL folder = URL::fromPath("/home/ana/Pictures");
+///     URL file = folder.appendingPathComponent("Sea 1.jpg");
+///     file.absoluteString();  // "file:///home/ana/Pictures/Sea%201.jpg"
+///     file.path();            // "/home/ana/Pictures/Sea 1.jpg"
+///
+/// A path is bytes, as the file system has it: bytes that are not valid UTF-8 survive the way into a URL and back.
+/// Equality is of the text; nothing is resolved or normalised behind the caller's back: "." and ".." stay as they
+/// are until the file system is asked. Thread-compatible.
+class CORVANE_API URL {
+public:
+    /// Parses an absolute or relative reference by the strict grammar of RFC 3986. Absent for empty text, for
+    /// anything outside the grammar and for a port above 65535.
+    static std::optional<URL> fromString(std::string_view text);
+
+    /// The file URL of `path`. A relative path is taken from the current folder. A trailing slash is kept, so it
+    /// says that the item is a folder; the file system is not asked. An empty path is the current folder.
+    static URL fromPath(std::string_view path);
+
+    const std::string& absoluteString() const noexcept { return text_; }
+    /// Lower-cased; empty for a relative reference.
+    std::string scheme() const;
+    /// Percent-decoded; absent when there is no authority, empty for "file:///…".
+    std::optional<std::string> host() const;
+    std::optional<int> port() const;
+    std::optional<std::string> query() const;
+    std::optional<std::string> fragment() const;
+    bool isFileURL() const noexcept;
+
+    /// The percent-decoded path without a trailing slash ("/" for the root itself). For a file URL this is what
+    /// the operating system takes.
+    std::string path() const;
+    bool hasDirectoryPath() const noexcept;
+
+    /// The decoded parts of the path. An absolute path begins with "/"; a trailing slash adds none.
+    std::vector<std::string> pathComponents() const;
+    /// The last of `pathComponents()`, or empty text when there is none.
+    std::string lastPathComponent() const;
+    /// What follows the last full stop of the last component; empty when there is none, when the full stop leads
+    /// the name or when it ends it.
+    std::string pathExtension() const;
+
+    URL appendingPathComponent(std::string_view component) const;
+    /// Without its last component; the root gives itself.
+    URL deletingLastPathComponent() const;
+    URL appendingPathExtension(std::string_view extension) const;
+    URL deletingPathExtension() const;
+
+    /// With every symbolic link that leads to the item resolved by the file system; itself where that fails.
+    URL resolvingSymlinksInPath() const;
+
+    friend bool operator==(const URL&, const URL&) = default;
+    friend std::strong_ordering operator<=>(const URL&, const URL&) = default;
+
+private:
+    explicit URL(std::string text) noexcept : text_(std::move(text)) {}
+
+    std::string text_;
+};
+
+} // namespace corvane
+
+template <>
+struct std::hash<corvane::URL> {
+    std::size_t operator()(const corvane::URL& url) const noexcept
+    {
+        return std::hash<std::string>()(url.absoluteString());
+    }
+};
