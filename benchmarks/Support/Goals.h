@@ -8,8 +8,8 @@ namespace corvane::benchmarks {
 /// What a goal compares: the clock on the wall, or the processor time of all threads together.
 enum class Measure { wallTime, processorTime };
 
-/// A benchmark is named `<subject>/<who>`; ours is `<subject>/Corvane`. A goal holds ours against a peer of the
-/// same subject: the table printed after the run shows the ratio of the medians beside `atMost`.
+/// A benchmark is named `<subject>/<who>`; ours is `<subject>/Corvane`. A goal holds ours against a peer of
+/// the same subject: the table printed after the run shows the ratio of the medians beside `atMost`.
 struct RatioGoal {
     RatioGoal(std::string subject, std::string peer, double atMost, Measure measure = Measure::wallTime);
 };

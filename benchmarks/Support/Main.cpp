@@ -66,7 +66,8 @@ public:
     {
         if (medians_.empty())
             return true;
-        std::printf("\n%-58s %12s %12s %8s %8s\n", "subject / peer", "ours (ns)", "peer (ns)", "ratio", "goal");
+        std::printf("\n%-58s %12s %12s %8s %8s\n", "subject / peer", "ours (ns)", "peer (ns)", "ratio",
+                    "goal");
         bool allMet = true;
         for (const Goal& goal : goals()) {
             const auto ours = medians_.find(goal.subject + "/Corvane");

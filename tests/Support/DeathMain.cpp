@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
-
 #include <sys/resource.h>
 
 int main(int argc, char** argv)

@@ -12,7 +12,7 @@ namespace corvane {
 // All constexpr where the compiler allows; thread-safe.
 
 template <std::integral T>
-[[nodiscard]] constexpr T checkedAdd(T a, T b, std::source_location place = std::source_location::current())
+[[nodiscard]] constexpr T checkedAdd(T a, T b, SourcePlace place = SourcePlace::current())
 {
     T result{};
     if (__builtin_add_overflow(a, b, &result)) [[unlikely]]
@@ -21,7 +21,7 @@ template <std::integral T>
 }
 
 template <std::integral T>
-[[nodiscard]] constexpr T checkedSubtract(T a, T b, std::source_location place = std::source_location::current())
+[[nodiscard]] constexpr T checkedSubtract(T a, T b, SourcePlace place = SourcePlace::current())
 {
     T result{};
     if (__builtin_sub_overflow(a, b, &result)) [[unlikely]]
@@ -30,7 +30,7 @@ template <std::integral T>
 }
 
 template <std::integral T>
-[[nodiscard]] constexpr T checkedMultiply(T a, T b, std::source_location place = std::source_location::current())
+[[nodiscard]] constexpr T checkedMultiply(T a, T b, SourcePlace place = SourcePlace::current())
 {
     T result{};
     if (__builtin_mul_overflow(a, b, &result)) [[unlikely]]
@@ -41,7 +41,7 @@ template <std::integral T>
 /// `value` truncated toward zero. A NaN, an infinity or a value outside the range of `Int` stops the process.
 /// The range test is made in the argument's own precision: 2^63 is the first value refused in both.
 template <std::floating_point T>
-[[nodiscard]] constexpr Int checkedInt(T value, std::source_location place = std::source_location::current())
+[[nodiscard]] constexpr Int checkedInt(T value, SourcePlace place = SourcePlace::current())
 {
     constexpr T limit = static_cast<T>(9223372036854775808.0); // 2^63, exact in every binary format
     if (!(value >= -limit && value < limit)) [[unlikely]]

@@ -11,17 +11,17 @@
 
 namespace corvane {
 
-/// A boxed number: what a property list, an image property or an archive means by "a number". It keeps the kind
-/// it was made from, so a 64-bit integer at either end, an unsigned value above the signed maximum and a single
-/// precision value all come back exactly.
+/// A boxed number: what a property list, an image property or an archive means by "a number". It keeps the
+/// kind it was made from, so a 64-bit integer at either end, an unsigned value above the signed maximum and a
+/// single precision value all come back exactly.
 ///
 ///     Number width = 4000;
 ///     width.intValue();     // 4000
 ///     width.doubleValue();  // 4000.0
 ///     Number(true) == Number(1);  // true: equality is of values, not of kinds
 ///
-/// Conversions never stop the process: a value outside the asked type gives the nearest value of that type, and
-/// NaN gives 0. `exactInt()` is for callers that must know. Thread-compatible.
+/// Conversions never stop the process: a value outside the asked type gives the nearest value of that type,
+/// and NaN gives 0. `exactInt()` is for callers that must know. Thread-compatible.
 class CORVANE_API Number {
 public:
     enum class Kind { boolean, integer, unsignedInteger, single, real };
@@ -34,8 +34,8 @@ public:
     constexpr Number(T value) noexcept : value_(static_cast<Int>(value))
     {}
     template <std::unsigned_integral T>
-        requires(!std::same_as<T, bool>)
-    constexpr Number(T value) noexcept : value_(static_cast<std::uint64_t>(value))
+    requires(!std::same_as<T, bool>) constexpr Number(T value) noexcept
+        : value_(static_cast<std::uint64_t>(value))
     {}
     constexpr Number(float value) noexcept : value_(value) {}
     constexpr Number(double value) noexcept : value_(value) {}

@@ -36,9 +36,7 @@ public:
     PropertyValue() = default; ///< the number 0
     PropertyValue(Number value) : value_(value) {}
     template <typename T>
-        requires(std::integral<T> || std::floating_point<T>)
-    PropertyValue(T value) : value_(Number(value))
-    {}
+    requires(std::integral<T> || std::floating_point<T>) PropertyValue(T value) : value_(Number(value)) {}
     PropertyValue(std::string value) : value_(std::move(value)) {}
     PropertyValue(std::string_view value) : value_(std::string(value)) {}
     PropertyValue(const char* value) : value_(std::string(value)) {}
@@ -52,7 +50,10 @@ public:
     const Data* asData() const noexcept { return std::get_if<Data>(&value_); }
     const Date* asDate() const noexcept { return std::get_if<Date>(&value_); }
     const PropertyArray* asArray() const noexcept { return std::get_if<PropertyArray>(&value_); }
-    const PropertyDictionary* asDictionary() const noexcept { return std::get_if<PropertyDictionary>(&value_); }
+    const PropertyDictionary* asDictionary() const noexcept
+    {
+        return std::get_if<PropertyDictionary>(&value_);
+    }
 
     friend bool operator==(const PropertyValue&, const PropertyValue&) = default;
 

@@ -8,8 +8,8 @@
 
 namespace corvane {
 
-/// The library's integer: 64 bits, signed. Counts and indexes are `Int` too, so that a negative one is a value
-/// that can be refused instead of a large number that cannot.
+/// The library's integer: 64 bits, signed. Counts and indexes are `Int` too, so that a negative one is a
+/// value that can be refused instead of a large number that cannot.
 using Int = std::int64_t;
 
 /// Coordinates, lengths and colour components.
