@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 # The five link targets, what folders they hold and what they link. A component is built from every source in its
 # folders; the few files that live in a folder of another component are named under EXCEPT there and ALSO here.
+#
+# Every header is public and is installed as <corvane/…>, except those whose names end in Internal.h: they are for
+# our own sources alone.
 
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
@@ -8,11 +11,11 @@ find_package(PkgConfig REQUIRED)
 # corvane_require(<name> <pkg-config module>): PkgConfig::<name>, found once.
 function(corvane_require name module)
     if(NOT TARGET PkgConfig::${name})
-        pkg_check_modules(${name} REQUIRED IMPORTED_TARGET GLOBAL ${module})
+        pkg_check_modules(${name} REQUIRED QUIET IMPORTED_TARGET GLOBAL ${module})
     endif()
 endfunction()
 
-# corvane_component(Core FOLDERS … [ALSO …] [EXCEPT …] [USES Core …] [MODULES <name>=<module> …])
+# corvane_component(Core FOLDERS … [ALSO …] [EXCEPT …] [USES Core …] [MODULES <name>=<module> …] [SYSTEM …])
 function(corvane_component component)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "FOLDERS;ALSO;EXCEPT;USES;MODULES;SYSTEM")
     set(patterns)
@@ -33,15 +36,25 @@ function(corvane_component component)
     if(NOT units)
         return() # nothing is in these rooms yet
     endif()
+    set(headers ${sources})
+    list(FILTER headers INCLUDE REGEX "\\.h$")
+    list(FILTER headers EXCLUDE REGEX "Internal\\.h$")
+    # Adapters to a host's main loop are installed too, but need that host's headers to compile.
+    set(adapters ${headers})
+    list(FILTER adapters INCLUDE REGEX "Adapter\\.h$")
+    list(FILTER headers EXCLUDE REGEX "Adapter\\.h$")
 
     set(target Corvane${component})
     string(TOLOWER ${component} lower)
     add_library(${target} ${sources})
     add_library(Corvane::${component} ALIAS ${target})
     target_compile_features(${target} PUBLIC cxx_std_20)
+    target_sources(${target} PUBLIC
+        FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers}
+        FILE_SET adapters TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${adapters})
     target_include_directories(${target} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-    target_link_libraries(${target} PRIVATE corvane_warnings)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:corvane_warnings>)
     set_target_properties(${target} PROPERTIES
         OUTPUT_NAME corvane-${lower}
         EXPORT_NAME ${component}
@@ -49,21 +62,23 @@ function(corvane_component component)
         SOVERSION ${CORVANE_SOVERSION}
         POSITION_INDEPENDENT_CODE ON
         CXX_VISIBILITY_PRESET hidden
-        VISIBILITY_INLINES_HIDDEN ON)
+        VISIBILITY_INLINES_HIDDEN ON
+        INSTALL_RPATH "$ORIGIN" # the components find each other wherever they are installed
+        VERIFY_INTERFACE_HEADER_SETS ON # target all_verify_interface_header_sets: every header compiles alone
+        INTERFACE_HEADER_SETS_TO_VERIFY HEADERS
+        CXX_CLANG_TIDY "${CORVANE_CLANG_TIDY}")
     foreach(used IN LISTS ARG_USES)
         target_link_libraries(${target} PUBLIC Corvane${used})
     endforeach()
     foreach(system IN LISTS ARG_SYSTEM)
         target_link_libraries(${target} PUBLIC ${system})
     endforeach()
-    set(modules)
     foreach(pair IN LISTS ARG_MODULES)
         string(REPLACE "=" ";" pair "${pair}")
         list(GET pair 0 name)
         list(GET pair 1 module)
         corvane_require(${name} ${module})
         target_link_libraries(${target} PRIVATE PkgConfig::${name})
-        list(APPEND modules ${module})
     endforeach()
     set_property(GLOBAL APPEND PROPERTY CORVANE_COMPONENTS ${component})
     set_property(GLOBAL PROPERTY CORVANE_${component}_USES "${ARG_USES}")
@@ -107,7 +122,6 @@ corvane_wanted(Graphics
 get_property(built GLOBAL PROPERTY CORVANE_COMPONENTS)
 add_library(CorvaneAll INTERFACE)
 add_library(Corvane::Corvane ALIAS CorvaneAll)
-set_target_properties(CorvaneAll PROPERTIES EXPORT_NAME Corvane)
 foreach(component IN LISTS built)
     target_link_libraries(CorvaneAll INTERFACE Corvane${component})
 endforeach()

@@ -1,0 +1,50 @@
+# SPDX-License-Identifier: Apache-2.0
+# The steps of `./dev check`, sourced by it. Each is a function check_<step>; all run, the failed ones are named at
+# the end. ctest's summary of the sanitizers' runs comes last.
+
+check_steps=(format clang headers documentation package tsan asan)
+
+command_check() {
+    need build check
+    local name failed=()
+    for name in "${@:-${check_steps[@]}}"; do
+        [[ $(type -t "check_$name") == function ]] || die "No such step: $name. There are: ${check_steps[*]}"
+        "check_$name" || failed+=("$name")
+    done
+    [[ ${#failed[@]} -eq 0 ]] || die "./dev check failed in: ${failed[*]}"
+}
+
+check_format() {
+    step "Format" bash -c "git ls-files -z --cached --others --exclude-standard '*.h' '*.cpp' |
+        xargs -0 -r -n 16 -P $jobs clang-format-14 --dry-run -Werror"
+}
+
+# Warnings as errors, thread-safety analysis, and clang-tidy over the libraries' sources as they are compiled.
+check_clang() { build check; }
+
+# Every public header compiles alone.
+check_headers() { build check all_verify_interface_header_sets; }
+
+# Every block of C++ in README.md and docs/ compiles; the whole programs among them run.
+check_documentation() { build check documentation; }
+
+# Each component is found, linked and run alone from an install tree, by CMake and by pkg-config, shared and static.
+check_package() {
+    build default && build static || return
+    step "Package, shared" tests/Package/consume build/default build/package/shared &&
+        step "Package, static" tests/Package/consume build/static build/package/static
+}
+
+check_tsan() {
+    build tsan && run_tests tsan
+}
+
+# The tests, then image files damaged at random for a bounded time.
+check_asan() {
+    build asan-ubsan || return
+    local mutations=build/asan-ubsan/tests/corvane_image_mutations
+    if [[ -x $mutations ]]; then
+        step "Damaged images" "$mutations" || return
+    fi
+    run_tests asan-ubsan
+}
