@@ -2,8 +2,8 @@
 # The five link targets, what folders they hold and what they link. A component is built from every source in its
 # folders; the few files that live in a folder of another component are named under EXCEPT there and ALSO here.
 #
-# Every header is public and is installed as <corvane/…>, except those whose names end in Internal.h: they are for
-# our own sources alone.
+# Every header is public and is installed as <corvane/…>, except those named under PRIVATE: they are for our own
+# sources alone.
 
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
@@ -15,9 +15,9 @@ function(corvane_require name module)
     endif()
 endfunction()
 
-# corvane_component(Core FOLDERS … [ALSO …] [EXCEPT …] [USES Core …] [MODULES <name>=<module> …] [SYSTEM …])
+# corvane_component(Core FOLDERS … [ALSO …] [EXCEPT …] [PRIVATE …] [USES Core …] [MODULES <name>=<module> …] [SYSTEM …])
 function(corvane_component component)
-    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "FOLDERS;ALSO;EXCEPT;USES;MODULES;SYSTEM")
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "FOLDERS;ALSO;EXCEPT;PRIVATE;USES;MODULES;SYSTEM")
     set(patterns)
     foreach(folder IN LISTS ARG_FOLDERS)
         list(APPEND patterns "${PROJECT_SOURCE_DIR}/corvane/${folder}/*.cpp" "${PROJECT_SOURCE_DIR}/corvane/${folder}/*.h")
@@ -38,7 +38,9 @@ function(corvane_component component)
     endif()
     set(headers ${sources})
     list(FILTER headers INCLUDE REGEX "\\.h$")
-    list(FILTER headers EXCLUDE REGEX "Internal\\.h$")
+    foreach(stem IN LISTS ARG_PRIVATE)
+        list(REMOVE_ITEM headers "${PROJECT_SOURCE_DIR}/corvane/${stem}.h")
+    endforeach()
     # Adapters to a host's main loop are installed too, but need that host's headers to compile.
     set(adapters ${headers})
     list(FILTER adapters INCLUDE REGEX "Adapter\\.h$")
@@ -108,6 +110,7 @@ corvane_wanted(Text
     MODULES ICU=icu-i18n ICUUC=icu-uc)
 corvane_wanted(Files
     FOLDERS Platform/Files FilesAndData
+    PRIVATE Platform/Files/TypeIdentifierTable
     USES Core)
 corvane_wanted(App
     FOLDERS Platform/Storage UserSettings UserKeychain
@@ -116,6 +119,7 @@ corvane_wanted(App
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics
     FOLDERS Platform/Graphics GraphicsUtilities CoreGraphics CoreAnimation
+    PRIVATE Platform/Graphics/ByteSource Platform/Graphics/Exif Platform/Graphics/ImageCodec
     USES Core Files
     MODULES CAIRO=cairo JPEG=libjpeg PNG=libpng TIFF=libtiff-4 HEIF=libheif LCMS=lcms2)
 

@@ -14,9 +14,17 @@ command_check() {
     [[ ${#failed[@]} -eq 0 ]] || die "./dev check failed in: ${failed[*]}"
 }
 
-check_format() {
-    step "Format" bash -c "git ls-files -z --cached --others --exclude-standard '*.h' '*.cpp' |
-        xargs -0 -r -n 16 -P $jobs clang-format-14 --dry-run -Werror"
+check_format() { step "Format" name_unformatted; }
+
+name_unformatted() {
+    local file status=0
+    while IFS= read -r -d '' file; do
+        clang-format-14 --dry-run -Werror "$file" &>/dev/null || {
+            echo "clang-format-14 -i $file"
+            status=1
+        }
+    done < <(find benchmarks corvane examples tests \( -name '*.h' -o -name '*.cpp' \) -print0)
+    return $status
 }
 
 # Warnings as errors, thread-safety analysis, and clang-tidy over the libraries' sources as they are compiled.
