@@ -123,6 +123,10 @@ corvane_wanted(Graphics
     USES Core Files
     MODULES CAIRO=cairo JPEG=libjpeg PNG=libpng TIFF=libtiff-4 HEIF=libheif LCMS=lcms2)
 
+# The library's own bundle tells its version.
+set_source_files_properties(${PROJECT_SOURCE_DIR}/corvane/Platform/Base/Bundle.cpp PROPERTIES
+    COMPILE_DEFINITIONS CORVANE_VERSION="${PROJECT_VERSION}")
+
 get_property(built GLOBAL PROPERTY CORVANE_COMPONENTS)
 add_library(CorvaneAll INTERFACE)
 add_library(Corvane::Corvane ALIAS CorvaneAll)

@@ -26,11 +26,13 @@ constexpr auto plainInPath = [] {
     return plain;
 }();
 
-bool isPlain(char c) {
+bool isPlain(char c)
+{
     return plainInPath[static_cast<unsigned char>(c)];
 }
 
-void appendEncoded(std::string& text, std::string_view bytes) {
+void appendEncoded(std::string& text, std::string_view bytes)
+{
     constexpr char digits[] = "0123456789ABCDEF";
     const auto escapes = static_cast<std::size_t>(
         std::count_if(bytes.begin(), bytes.end(), [](char c) { return !isPlain(c); }));
@@ -54,7 +56,8 @@ void appendEncoded(std::string& text, std::string_view bytes) {
 }
 
 // Every escape in a URL's text has its two digits: the grammar and `appendEncoded` see to that.
-std::string decoded(std::string_view text) {
+std::string decoded(std::string_view text)
+{
     std::string bytes(text.substr(0, text.find('%')));
     bytes.reserve(text.size());
     for (std::size_t i = bytes.size(); i < text.size(); ++i) {
@@ -72,12 +75,13 @@ std::string decoded(std::string_view text) {
 
 // A valid text cut at its delimiters. Concatenated, `prefix`, `path` and `suffix` are the text.
 struct Parts {
-    explicit Parts(std::string_view text) {
+    explicit Parts(std::string_view text)
+    {
         path = text.substr(0, text.find('#'));
         path = path.substr(0, path.find('?'));
         suffix = text.substr(path.size());
         const std::size_t colon = path.find(':');
-        if (colon < path.find('/')) {  // the first segment of a relative reference holds no colon
+        if (colon < path.find('/')) { // the first segment of a relative reference holds no colon
             scheme = path.substr(0, colon);
             path.remove_prefix(colon + 1);
         }
@@ -94,9 +98,10 @@ struct Parts {
     std::optional<std::string_view> authority;
 
     // The authority without its user information, cut into host (brackets and all) and port.
-    std::pair<std::string_view, std::string_view> hostAndPort() const {
+    std::pair<std::string_view, std::string_view> hostAndPort() const
+    {
         std::string_view host = *authority;
-        host.remove_prefix(host.find('@') + 1);  // npos + 1 is 0
+        host.remove_prefix(host.find('@') + 1); // npos + 1 is 0
         const std::size_t colon = host.find(':', host.starts_with('[') ? host.find(']') : 0);
         if (colon == host.npos)
             return {host, {}};
@@ -104,29 +109,34 @@ struct Parts {
     }
 };
 
-bool isFileScheme(std::string_view scheme) {
+bool isFileScheme(std::string_view scheme)
+{
     return std::ranges::equal(scheme, std::string_view("file"), {}, [](char c) { return c | 0x20; });
 }
 
-std::string_view withoutTrailingSlashes(std::string_view path) {
+std::string_view withoutTrailingSlashes(std::string_view path)
+{
     while (path.size() > 1 && path.ends_with('/'))
         path.remove_suffix(1);
     return path;
 }
 
 // The last component of a path as it is written; empty for the root and for an empty path.
-std::string_view lastSegment(std::string_view path) {
+std::string_view lastSegment(std::string_view path)
+{
     path = withoutTrailingSlashes(path);
     return path.substr(path.rfind('/') + 1);
 }
 
 // Where the extension's full stop is in a decoded name.
-std::size_t extensionStop(std::string_view name) {
+std::size_t extensionStop(std::string_view name)
+{
     const std::size_t stop = name.rfind('.');
     return stop == 0 || stop == name.size() - 1 ? name.npos : stop;
 }
 
-std::optional<int> portNumber(std::string_view digits) {
+std::optional<int> portNumber(std::string_view digits)
+{
     int port = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
     if (error != std::errc() || end != digits.data() + digits.size() || port > 65535)
@@ -134,9 +144,10 @@ std::optional<int> portNumber(std::string_view digits) {
     return port;
 }
 
-}  // namespace
+} // namespace
 
-std::optional<URL> URL::fromString(std::string_view text) {
+std::optional<URL> URL::fromString(std::string_view text)
+{
     UriUriA uri;
     if (text.empty() ||
         uriParseSingleUriExA(&uri, text.data(), text.data() + text.size(), nullptr) != URI_SUCCESS)
@@ -153,7 +164,8 @@ std::optional<URL> URL::fromString(std::string_view text) {
     return URL(std::string(text));
 }
 
-URL URL::fromPath(std::string_view path) {
+URL URL::fromPath(std::string_view path)
+{
     constexpr std::string_view prefix = "file://";
     path = path.substr(0, path.find('\0'));
     std::string text;
@@ -161,7 +173,7 @@ URL URL::fromPath(std::string_view path) {
     text = prefix;
     if (!path.starts_with('/')) {
         std::error_code error;
-        appendEncoded(text, std::filesystem::current_path(error).native());  // empty when the folder is gone
+        appendEncoded(text, std::filesystem::current_path(error).native()); // empty when the folder is gone
         if (!text.ends_with('/') && !(path.empty() && text.size() > prefix.size()))
             text += '/';
     }
@@ -169,14 +181,16 @@ URL URL::fromPath(std::string_view path) {
     return URL(std::move(text));
 }
 
-std::string URL::scheme() const {
+std::string URL::scheme() const
+{
     std::string scheme(Parts(text_).scheme);
     std::ranges::transform(scheme, scheme.begin(),
                            [](char c) { return 'A' <= c && c <= 'Z' ? c | 0x20 : c; });
     return scheme;
 }
 
-std::optional<std::string> URL::host() const {
+std::optional<std::string> URL::host() const
+{
     const Parts parts(text_);
     if (!parts.authority)
         return std::nullopt;
@@ -186,36 +200,43 @@ std::optional<std::string> URL::host() const {
     return decoded(host);
 }
 
-std::optional<int> URL::port() const {
+std::optional<int> URL::port() const
+{
     const Parts parts(text_);
     return parts.authority ? portNumber(parts.hostAndPort().second) : std::nullopt;
 }
 
-std::optional<std::string> URL::query() const {
+std::optional<std::string> URL::query() const
+{
     const std::string_view suffix = Parts(text_).suffix;
     if (!suffix.starts_with('?'))
         return std::nullopt;
     return std::string(suffix.substr(1, suffix.find('#') - 1));
 }
 
-std::optional<std::string> URL::fragment() const {
+std::optional<std::string> URL::fragment() const
+{
     const std::size_t hash = text_.find('#');
     return hash == text_.npos ? std::nullopt : std::optional(text_.substr(hash + 1));
 }
 
-bool URL::isFileURL() const noexcept {
+bool URL::isFileURL() const noexcept
+{
     return text_.size() > 4 && text_[4] == ':' && isFileScheme(std::string_view(text_).substr(0, 4));
 }
 
-std::string URL::path() const {
+std::string URL::path() const
+{
     return decoded(withoutTrailingSlashes(Parts(text_).path));
 }
 
-bool URL::hasDirectoryPath() const noexcept {
+bool URL::hasDirectoryPath() const noexcept
+{
     return Parts(text_).path.ends_with('/');
 }
 
-std::vector<std::string> URL::pathComponents() const {
+std::vector<std::string> URL::pathComponents() const
+{
     const std::string_view path = Parts(text_).path;
     std::vector<std::string> components;
     components.reserve(static_cast<std::size_t>(std::ranges::count(path, '/')) + 1);
@@ -230,19 +251,22 @@ std::vector<std::string> URL::pathComponents() const {
     return components;
 }
 
-std::string URL::lastPathComponent() const {
+std::string URL::lastPathComponent() const
+{
     const std::string_view path = Parts(text_).path;
     const std::string_view segment = lastSegment(path);
     return segment.empty() && !path.empty() ? "/" : decoded(segment);
 }
 
-std::string URL::pathExtension() const {
+std::string URL::pathExtension() const
+{
     std::string name = decoded(lastSegment(Parts(text_).path));
     const std::size_t stop = extensionStop(name);
     return stop == name.npos ? std::string() : name.substr(stop + 1);
 }
 
-URL URL::appendingPathComponent(std::string_view component) const {
+URL URL::appendingPathComponent(std::string_view component) const
+{
     const Parts parts(text_);
     component = component.substr(0, component.find('\0'));
     std::string text(parts.prefix);
@@ -262,7 +286,8 @@ URL URL::appendingPathComponent(std::string_view component) const {
     return URL(std::move(text));
 }
 
-URL URL::deletingLastPathComponent() const {
+URL URL::deletingLastPathComponent() const
+{
     const Parts parts(text_);
     const std::string_view segment = lastSegment(parts.path);
     if (segment.empty())
@@ -275,7 +300,8 @@ URL URL::deletingLastPathComponent() const {
     return URL(std::string(parts.prefix).append(rest).append(parts.suffix));
 }
 
-URL URL::appendingPathExtension(std::string_view extension) const {
+URL URL::appendingPathExtension(std::string_view extension) const
+{
     const std::string_view segment = lastSegment(Parts(text_).path);
     if (segment.empty() || extension.empty() ||
         extension.find_first_of(std::string_view("/\0", 2)) != text_.npos)
@@ -286,7 +312,8 @@ URL URL::appendingPathExtension(std::string_view extension) const {
     return URL(text.append(text_, end));
 }
 
-URL URL::deletingPathExtension() const {
+URL URL::deletingPathExtension() const
+{
     const std::string_view segment = lastSegment(Parts(text_).path);
     const std::size_t stop = extensionStop(decoded(segment));
     if (stop == text_.npos)
@@ -298,7 +325,8 @@ URL URL::deletingPathExtension() const {
     return URL(std::string(text_).erase(start + cut, segment.size() - cut));
 }
 
-URL URL::resolvingSymlinksInPath() const {
+URL URL::resolvingSymlinksInPath() const
+{
     if (!isFileURL())
         return *this;
     const std::unique_ptr<char, void (*)(void*)> resolved(::realpath(path().c_str(), nullptr), std::free);
@@ -308,4 +336,4 @@ URL URL::resolvingSymlinksInPath() const {
     return hasDirectoryPath() && path != "/" ? fromPath(std::string(path) + '/') : fromPath(path);
 }
 
-}  // namespace corvane
+} // namespace corvane

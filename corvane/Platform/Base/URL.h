@@ -89,11 +89,12 @@ private:
     std::string text_;
 };
 
-}  // namespace corvane
+} // namespace corvane
 
 template <>
 struct std::hash<corvane::URL> {
-    std::size_t operator()(const corvane::URL& url) const noexcept {
+    std::size_t operator()(const corvane::URL& url) const noexcept
+    {
         return std::hash<std::string>()(url.absoluteString());
     }
 };

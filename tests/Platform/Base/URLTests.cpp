@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/Platform/Base/URL.h>
 
+#include <Support/TemporaryFolder.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <unordered_set>
@@ -15,13 +15,15 @@ namespace {
 
 using testing::ElementsAreArray;
 
-URL url(std::string_view text) {
+URL url(std::string_view text)
+{
     const auto result = URL::fromString(text);
     EXPECT_TRUE(result) << text;
     return result.value_or(URL::fromPath("/"));
 }
 
-TEST(URLTests, TextOutsideTheGrammarIsNoURL) {
+TEST(URLTests, TextOutsideTheGrammarIsNoURL)
+{
     for (const std::string_view text : {"file:///", "http://ana:secret@h:65535/a?q=1#f", "http://h:/",
                                         "http://[::1]:8/", "mailto:ana@example.org", "//h/a", "../a", "a%2Fb",
                                         "?q", "#f", "./1a:b", "urn:a:b", "http://%41/", "http:"})
@@ -33,7 +35,8 @@ TEST(URLTests, TextOutsideTheGrammarIsNoURL) {
     EXPECT_FALSE(URL::fromString(std::string_view("/a\0b", 4)));
 }
 
-TEST(URLTests, PartsOfATextAreReadByTheirDelimiters) {
+TEST(URLTests, PartsOfATextAreReadByTheirDelimiters)
+{
     struct Row {
         std::string_view text, scheme;
         std::optional<std::string> host;
@@ -68,7 +71,8 @@ TEST(URLTests, PartsOfATextAreReadByTheirDelimiters) {
     EXPECT_FALSE(url("file/a").isFileURL());
 }
 
-TEST(URLTests, PathsComeBackByteForByte) {
+TEST(URLTests, PathsComeBackByteForByte)
+{
     EXPECT_EQ(URL::fromPath("/home/ana/Sea 1.jpg").absoluteString(), "file:///home/ana/Sea%201.jpg");
     EXPECT_EQ(URL::fromPath("/caf\xc3\xa9").absoluteString(), "file:///caf%C3%A9");
     std::string everyByte = "/";
@@ -83,7 +87,8 @@ TEST(URLTests, PathsComeBackByteForByte) {
     EXPECT_EQ(URL::fromPath(std::string_view("/a\0b", 4)).path(), "/a");
 }
 
-TEST(URLTests, RelativePathsStartAtTheCurrentFolder) {
+TEST(URLTests, RelativePathsStartAtTheCurrentFolder)
+{
     const std::string here = std::filesystem::current_path();
     EXPECT_EQ(URL::fromPath("").path(), here);
     EXPECT_EQ(URL::fromPath("a b/").path(), here + "/a b");
@@ -91,7 +96,8 @@ TEST(URLTests, RelativePathsStartAtTheCurrentFolder) {
     EXPECT_EQ(URL::fromPath(".").path(), here + "/.");
 }
 
-TEST(URLTests, ComponentsBeginWithTheRootAndATrailingSlashAddsNone) {
+TEST(URLTests, ComponentsBeginWithTheRootAndATrailingSlashAddsNone)
+{
     struct Row {
         std::string_view text;
         std::vector<std::string> components;
@@ -120,7 +126,8 @@ TEST(URLTests, ComponentsBeginWithTheRootAndATrailingSlashAddsNone) {
     }
 }
 
-TEST(URLTests, AppendedComponentsAreEncodedAndJoinedByOneSlash) {
+TEST(URLTests, AppendedComponentsAreEncodedAndJoinedByOneSlash)
+{
     struct Row {
         std::string_view text, component, result;
     };
@@ -143,7 +150,8 @@ TEST(URLTests, AppendedComponentsAreEncodedAndJoinedByOneSlash) {
     }
 }
 
-TEST(URLTests, DeletingTheLastComponentStopsAtTheRoot) {
+TEST(URLTests, DeletingTheLastComponentStopsAtTheRoot)
+{
     struct Row {
         std::string_view text, result;
     };
@@ -163,7 +171,8 @@ TEST(URLTests, DeletingTheLastComponentStopsAtTheRoot) {
         EXPECT_EQ(url(row.text).deletingLastPathComponent().absoluteString(), row.result) << row.text;
 }
 
-TEST(URLTests, ExtensionsAreEditedBeforeTheTrailingSlash) {
+TEST(URLTests, ExtensionsAreEditedBeforeTheTrailingSlash)
+{
     struct Row {
         std::string_view text, deleted, appended;
     };
@@ -183,10 +192,10 @@ TEST(URLTests, ExtensionsAreEditedBeforeTheTrailingSlash) {
     EXPECT_EQ(url("file:///a").appendingPathExtension("b/c"), url("file:///a"));
 }
 
-TEST(URLTests, SymbolicLinksAreResolvedByTheFileSystem) {
-    std::string pattern = std::filesystem::temp_directory_path() / "corvane-url-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    const std::filesystem::path folder = std::filesystem::canonical(pattern);
+TEST(URLTests, SymbolicLinksAreResolvedByTheFileSystem)
+{
+    const tests::TemporaryFolder temporary;
+    const std::filesystem::path& folder = temporary.path();
     std::filesystem::create_directory(folder / "real");
     std::filesystem::create_directory_symlink("real", folder / "link");
 
@@ -195,10 +204,10 @@ TEST(URLTests, SymbolicLinksAreResolvedByTheFileSystem) {
     const URL missing = URL::fromPath((folder / "link/none").native());
     EXPECT_EQ(missing.resolvingSymlinksInPath(), missing);
     EXPECT_EQ(url("http://h/").resolvingSymlinksInPath(), url("http://h/"));
-    std::filesystem::remove_all(folder);
 }
 
-TEST(URLTests, LongTextIsParsedOnASmallStack) {
+TEST(URLTests, LongTextIsParsedOnASmallStack)
+{
     const std::string longText = "http://h/" + std::string(2'000'000, '/') + std::string(2'000'000, 'a');
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
@@ -222,7 +231,8 @@ TEST(URLTests, LongTextIsParsedOnASmallStack) {
     EXPECT_EQ(job.components, 2U);
 }
 
-TEST(URLTests, EqualityAndHashAreOfTheText) {
+TEST(URLTests, EqualityAndHashAreOfTheText)
+{
     EXPECT_EQ(URL::fromPath("/a b"), url("file:///a%20b"));
     EXPECT_NE(URL::fromPath("/a"), URL::fromPath("/a/"));
     EXPECT_LT(URL::fromPath("/a"), URL::fromPath("/b"));
@@ -230,5 +240,5 @@ TEST(URLTests, EqualityAndHashAreOfTheText) {
     EXPECT_EQ(set.size(), 2U);
 }
 
-}  // namespace
-}  // namespace corvane
+} // namespace
+} // namespace corvane
