@@ -19,12 +19,14 @@ namespace corvane {
 
 namespace {
 
-std::error_code lastError() noexcept {
+std::error_code lastError() noexcept
+{
     return {errno, std::system_category()};
 }
 
 // Where writing to `path` ends up: the end of its chain of symbolic links, which need not exist.
-std::filesystem::path endOfLinks(std::filesystem::path path, std::error_code& error) {
+std::filesystem::path endOfLinks(std::filesystem::path path, std::error_code& error)
+{
     for (int links = 0; links < 40; ++links) {
         std::error_code notALink;
         const std::filesystem::path next = std::filesystem::read_symlink(path, notALink);
@@ -36,11 +38,13 @@ std::filesystem::path endOfLinks(std::filesystem::path path, std::error_code& er
     return {};
 }
 
-std::string descriptorPath(int descriptor) {
+std::string descriptorPath(int descriptor)
+{
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-std::string freshName() {
+std::string freshName()
+{
     std::uint64_t number = 0;
     if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof number))
         number = reinterpret_cast<std::uintptr_t>(&number) ^ static_cast<std::uint64_t>(::getpid()) << 32U;
@@ -51,7 +55,8 @@ std::string freshName() {
 
 // A name is drawn until it is free; `make` answers as a system call does.
 template <typename Make>
-bool underFreshName(std::string& name, Make make) {
+bool underFreshName(std::string& name, Make make)
+{
     for (int attempt = 0; attempt < 100; ++attempt) {
         name = freshName();
         if (make(name.c_str()) >= 0)
@@ -65,7 +70,8 @@ bool underFreshName(std::string& name, Make make) {
 
 // Gives `file` what `replaced` was allowed. A group or owner that cannot be kept costs the set-id bits, which
 // would otherwise run the new content under somebody it was not meant for.
-bool takePermissions(int file, const struct stat& replaced, const std::string& replacedPath) noexcept {
+bool takePermissions(int file, const struct stat& replaced, const std::string& replacedPath) noexcept
+{
     mode_t mode = replaced.st_mode & 07777U;
     struct stat made {};
     if (::fstat(file, &made) != 0)
@@ -83,9 +89,10 @@ bool takePermissions(int file, const struct stat& replaced, const std::string& r
            ::fsetxattr(file, attribute, accessList.data(), static_cast<std::size_t>(size), 0) == 0;
 }
 
-}  // namespace
+} // namespace
 
-std::optional<AtomicFile> AtomicFile::create(std::string_view path, std::error_code& error) {
+std::optional<AtomicFile> AtomicFile::create(std::string_view path, std::error_code& error)
+{
     AtomicFile result;
     error = result.open(path);
     if (error)
@@ -93,7 +100,8 @@ std::optional<AtomicFile> AtomicFile::create(std::string_view path, std::error_c
     return result;
 }
 
-std::error_code AtomicFile::open(std::string_view path) {
+std::error_code AtomicFile::open(std::string_view path)
+{
     // A path with a zero byte would silently name another file.
     if (path.empty() || path.find('\0') != std::string_view::npos)
         return std::make_error_code(std::errc::invalid_argument);
@@ -106,7 +114,7 @@ std::error_code AtomicFile::open(std::string_view path) {
         return std::make_error_code(std::errc::is_a_directory);
     const std::string folder = target.has_parent_path() ? target.parent_path().string() : std::string(".");
     folder_ = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder_ < 0 && errno == EACCES)  // may be written and searched though not listed
+    if (folder_ < 0 && errno == EACCES) // may be written and searched though not listed
         folder_ = ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     if (folder_ < 0)
         return lastError();
@@ -118,14 +126,14 @@ std::error_code AtomicFile::open(std::string_view path) {
             return std::make_error_code(std::errc::is_a_directory);
         if (!S_ISREG(replaced.st_mode))
             return std::make_error_code(std::errc::operation_not_supported);
-        mode = replaced.st_mode & 0777U;  // never more open than the file it replaces
+        mode = replaced.st_mode & 0777U; // never more open than the file it replaces
     } else if (errno != ENOENT) {
         return lastError();
     }
 
     file_ = ::openat(folder_, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode | 0600U);
     if (file_ >= 0 && ::access(descriptorPath(file_).c_str(), F_OK) != 0) {
-        ::close(file_);  // without /proc an unnamed file can never be given a name
+        ::close(file_); // without /proc an unnamed file can never be given a name
         file_ = -1;
         errno = EOPNOTSUPP;
     }
@@ -141,9 +149,11 @@ AtomicFile::AtomicFile(AtomicFile&& other) noexcept
     : folder_(std::exchange(other.folder_, -1)),
       file_(std::exchange(other.file_, -1)),
       target_(std::move(other.target_)),
-      temporary_(std::exchange(other.temporary_, {})) {}
+      temporary_(std::exchange(other.temporary_, {}))
+{}
 
-AtomicFile& AtomicFile::operator=(AtomicFile&& other) noexcept {
+AtomicFile& AtomicFile::operator=(AtomicFile&& other) noexcept
+{
     if (this != &other) {
         discard();
         folder_ = std::exchange(other.folder_, -1);
@@ -154,11 +164,13 @@ AtomicFile& AtomicFile::operator=(AtomicFile&& other) noexcept {
     return *this;
 }
 
-AtomicFile::~AtomicFile() {
+AtomicFile::~AtomicFile()
+{
     discard();
 }
 
-void AtomicFile::discard() noexcept {
+void AtomicFile::discard() noexcept
+{
     if (!temporary_.empty())
         ::unlinkat(folder_, temporary_.c_str(), 0);
     temporary_.clear();
@@ -168,7 +180,8 @@ void AtomicFile::discard() noexcept {
         ::close(std::exchange(folder_, -1));
 }
 
-std::error_code AtomicFile::write(DataView bytes) noexcept {
+std::error_code AtomicFile::write(DataView bytes) noexcept
+{
     precondition(file_ >= 0, "A file that has been committed cannot be written");
     while (!bytes.empty()) {
         const ssize_t written = ::write(file_, bytes.data(), bytes.size());
@@ -180,14 +193,16 @@ std::error_code AtomicFile::write(DataView bytes) noexcept {
     return {};
 }
 
-std::error_code AtomicFile::commit() noexcept {
+std::error_code AtomicFile::commit() noexcept
+{
     precondition(file_ >= 0, "A file can be committed only once");
     const std::error_code error = takePlace();
     discard();
     return error;
 }
 
-std::error_code AtomicFile::takePlace() noexcept {
+std::error_code AtomicFile::takePlace() noexcept
+{
     struct stat replaced {};
     if (::fstatat(folder_, target_.c_str(), &replaced, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(replaced.st_mode))
         if (!takePermissions(file_, replaced, descriptorPath(folder_) + "/" + target_))
@@ -211,7 +226,8 @@ std::error_code AtomicFile::takePlace() noexcept {
     return {};
 }
 
-void replaceFile(std::string_view path, DataView bytes) {
+void replaceFile(std::string_view path, DataView bytes)
+{
     std::error_code error;
     std::optional<AtomicFile> file = AtomicFile::create(path, error);
     if (file)
@@ -222,4 +238,4 @@ void replaceFile(std::string_view path, DataView bytes) {
         throw std::filesystem::filesystem_error("cannot replace the file", path, error);
 }
 
-}  // namespace corvane
+} // namespace corvane

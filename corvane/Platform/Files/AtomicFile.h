@@ -58,12 +58,12 @@ private:
 
     int folder_ = -1;
     int file_ = -1;
-    std::string target_;     // name in the folder
-    std::string temporary_;  // name in the folder; empty while the file has none
+    std::string target_;    // name in the folder
+    std::string temporary_; // name in the folder; empty while the file has none
 };
 
 /// Replaces the content of the file at `path` by `bytes` as `AtomicFile` does. Throws
 /// `std::filesystem::filesystem_error`; the file is then as it was. Thread-safe.
 CORVANE_API void replaceFile(std::string_view path, DataView bytes);
 
-}  // namespace corvane
+} // namespace corvane

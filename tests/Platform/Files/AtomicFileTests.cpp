@@ -17,21 +17,25 @@ namespace {
 namespace fs = std::filesystem;
 using tests::TemporaryFolder;
 
-DataView bytes(std::string_view text) {
+DataView bytes(std::string_view text)
+{
     return std::as_bytes(std::span(text));
 }
 
-std::size_t count(const fs::path& folder) {
+std::size_t count(const fs::path& folder)
+{
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
 }
 
-mode_t modeOf(const fs::path& path) {
+mode_t modeOf(const fs::path& path)
+{
     struct stat found {};
     EXPECT_EQ(::stat(path.c_str(), &found), 0);
     return found.st_mode & 07777U;
 }
 
-TEST(AtomicFileTests, TheTargetChangesOnlyAtCommit) {
+TEST(AtomicFileTests, TheTargetChangesOnlyAtCommit)
+{
     const TemporaryFolder folder;
     const std::string target = folder.write("a.txt", "old");
     std::error_code error;
@@ -54,7 +58,8 @@ TEST(AtomicFileTests, TheTargetChangesOnlyAtCommit) {
     EXPECT_EQ(count(folder.path()), 1U);
 }
 
-TEST(AtomicFileTests, PermissionsOfAReplacedFileAreKept) {
+TEST(AtomicFileTests, PermissionsOfAReplacedFileAreKept)
+{
     const TemporaryFolder folder;
     const std::string target = folder.write("a.txt", "old");
     for (const mode_t mode : {0640U, 0400U, 0777U}) {
@@ -68,7 +73,8 @@ TEST(AtomicFileTests, PermissionsOfAReplacedFileAreKept) {
     EXPECT_EQ(modeOf(folder / "fresh.txt"), 0640U);
 }
 
-TEST(AtomicFileTests, ASymbolicLinkStaysAndItsTargetIsReplaced) {
+TEST(AtomicFileTests, ASymbolicLinkStaysAndItsTargetIsReplaced)
+{
     const TemporaryFolder folder;
     folder.write("real/a.txt", "old");
     fs::create_symlink("real/a.txt", folder / "one");
@@ -84,7 +90,8 @@ TEST(AtomicFileTests, ASymbolicLinkStaysAndItsTargetIsReplaced) {
     EXPECT_THROW(replaceFile(folder / "loop", bytes("x")), fs::filesystem_error);
 }
 
-TEST(AtomicFileTests, WhatCannotBeReplacedIsRefusedAtCreation) {
+TEST(AtomicFileTests, WhatCannotBeReplacedIsRefusedAtCreation)
+{
     const TemporaryFolder folder;
     folder.write("file", "kept");
     folder.makeFolder("folder");
@@ -109,7 +116,8 @@ TEST(AtomicFileTests, WhatCannotBeReplacedIsRefusedAtCreation) {
 }
 
 // What a full disk does, without one: in a child process the size of files is limited below what is written.
-TEST(AtomicFileTests, AFailedWriteLeavesTheOldContentAndNothingElse) {
+TEST(AtomicFileTests, AFailedWriteLeavesTheOldContentAndNothingElse)
+{
     const TemporaryFolder folder;
     const std::string target = folder.write("a.txt", "old");
     const pid_t child = ::fork();
@@ -132,7 +140,8 @@ TEST(AtomicFileTests, AFailedWriteLeavesTheOldContentAndNothingElse) {
     EXPECT_EQ(count(folder.path()), 1U);
 }
 
-TEST(AtomicFileTests, AKilledProcessLeavesTheOldContent) {
+TEST(AtomicFileTests, AKilledProcessLeavesTheOldContent)
+{
     const TemporaryFolder folder;
     const std::string target = folder.write("a.txt", "old");
     const pid_t child = ::fork();
@@ -149,5 +158,5 @@ TEST(AtomicFileTests, AKilledProcessLeavesTheOldContent) {
     EXPECT_EQ(TemporaryFolder::read(target), "old");
 }
 
-}  // namespace
-}  // namespace corvane
+} // namespace
+} // namespace corvane
