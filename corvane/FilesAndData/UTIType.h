@@ -20,12 +20,14 @@ namespace corvane {
 ///     type->conforms(UTIType::image);   // true
 ///     *type == UTIType::jpeg;           // true
 ///
-/// Equality is of identifiers without regard to the case of ASCII letters. Copying is cheap. The constants may be
-/// used from the first moment of the process, other static objects included, to the last. Thread-compatible.
+/// Equality is of identifiers without regard to the case of ASCII letters. Copying is cheap. The constants
+/// may be used from the first moment of the process, other static objects included, to the last.
+/// Thread-compatible.
 class CORVANE_API UTIType {
 public:
     explicit UTIType(std::string identifier);
-    // Copied also where it could be moved: a value that was moved from would look into text it no longer owns.
+    // Copied also where it could be moved: a value that was moved from would look into text it no longer
+    // owns.
     UTIType(const UTIType&) = default;
     UTIType& operator=(const UTIType&) = default;
 

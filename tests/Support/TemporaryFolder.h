@@ -17,7 +17,8 @@ namespace corvane::tests {
 /// A fresh folder, with its symbolic links resolved, that is gone with all it holds when the test ends.
 class TemporaryFolder {
 public:
-    TemporaryFolder() {
+    TemporaryFolder()
+    {
         std::string pattern = (std::filesystem::temp_directory_path() / "corvane-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::system_error(errno, std::system_category(), pattern);
@@ -25,7 +26,8 @@ public:
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder() {
+    ~TemporaryFolder()
+    {
         std::error_code ignored;
         for (const auto& entry : std::filesystem::directory_iterator(path_, ignored))
             if (entry.is_directory(ignored) && !entry.is_symlink(ignored))
@@ -37,7 +39,8 @@ public:
     std::string operator/(std::string_view name) const { return (path_ / name).string(); }
 
     /// Writes the file `name`, with the folders that lead to it; gives its path.
-    std::string write(std::string_view name, std::string_view content = {}) const {
+    std::string write(std::string_view name, std::string_view content = {}) const
+    {
         const std::filesystem::path file = path_ / name;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << content;
@@ -46,12 +49,14 @@ public:
     }
 
     /// Makes the folder `name`, with those that lead to it; gives its path.
-    std::string makeFolder(std::string_view name) const {
+    std::string makeFolder(std::string_view name) const
+    {
         std::filesystem::create_directories(path_ / name);
         return (path_ / name).string();
     }
 
-    static std::string read(const std::filesystem::path& file) {
+    static std::string read(const std::filesystem::path& file)
+    {
         std::ifstream stream(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
@@ -60,4 +65,4 @@ private:
     std::filesystem::path path_;
 };
 
-}  // namespace corvane::tests
+} // namespace corvane::tests

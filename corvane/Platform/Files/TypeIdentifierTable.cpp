@@ -8,8 +8,8 @@ namespace corvane::TypeIdentifiers {
 namespace {
 
 // Where two kinds of file share an extension, it belongs to the one that a desktop user has more of: "ts" is
-// TypeScript (video streams come as "mts" and "m2ts" too), "key" a presentation, "m" Objective-C, "sub" subtitles.
-// Types that nobody else has named are ours, under "org.corvane".
+// TypeScript (video streams come as "mts" and "m2ts" too), "key" a presentation, "m" Objective-C, "sub"
+// subtitles. Types that nobody else has named are ours, under "org.corvane".
 constexpr std::array table = std::to_array<Declaration>({
     // What things are, and what they hold
     {"public.item", "", "", "", "", "item"},

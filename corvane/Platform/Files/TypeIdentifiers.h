@@ -10,8 +10,8 @@
 #include <string>
 #include <string_view>
 
-/// The kinds of file that exist, as uniform type identifiers: dotted names such as "public.jpeg", arranged by what
-/// conforms to what, and found from tags: file name extensions, MIME types, four-character codes.
+/// The kinds of file that exist, as uniform type identifiers: dotted names such as "public.jpeg", arranged by
+/// what conforms to what, and found from tags: file name extensions, MIME types, four-character codes.
 ///
 ///     auto type = TypeIdentifiers::preferredIdentifierForTag(TypeIdentifiers::TagClass::filenameExtension,
 ///                                                           "JPG"); // "public.jpeg"
@@ -19,11 +19,11 @@
 ///     TypeIdentifiers::description(*type);                  // "JPEG image"
 ///
 /// The types are those of a built-in table; nothing is read from the machine, so the answers are the same
-/// everywhere. Identifiers, extensions and MIME types are compared without regard to the case of ASCII letters,
-/// four-character codes byte by byte. A tag that the table does not hold gets a dynamic identifier: "dyn.", then
-/// "extension.", "mime." or "ostype.", then the tag (extensions and MIME types in lower case), its lower-case
-/// letters and digits as they are and every other byte as "-" and two hexadecimal digits. It carries the tag, is
-/// the same in every run, and conforms to "public.data" and "public.item".
+/// everywhere. Identifiers, extensions and MIME types are compared without regard to the case of ASCII
+/// letters, four-character codes byte by byte. A tag that the table does not hold gets a dynamic identifier:
+/// "dyn.", then "extension.", "mime." or "ostype.", then the tag (extensions and MIME types in lower case),
+/// its lower-case letters and digits as they are and every other byte as "-" and two hexadecimal digits. It
+/// carries the tag, is the same in every run, and conforms to "public.data" and "public.item".
 ///
 /// All functions are thread-safe. A look-up takes tens of nanoseconds, whatever the depth of the conformance.
 namespace corvane::TypeIdentifiers {
@@ -34,12 +34,12 @@ enum class TagClass { filenameExtension, mimeType, osType };
 /// extension comes without its full stop. A MIME type may carry parameters.
 CORVANE_API std::optional<std::string> preferredIdentifierForTag(TagClass tagClass, std::string_view tag);
 
-/// The same without a dynamic identifier (empty instead) and without allocating. The text lives as long as the
-/// library.
+/// The same without a dynamic identifier (empty instead) and without allocating. The text lives as long as
+/// the library.
 CORVANE_API std::string_view declaredIdentifierForTag(TagClass tagClass, std::string_view tag) noexcept;
 
-/// The tag that a file of this type should carry; for a dynamic identifier the one it was made from. Absent when
-/// the type has none of that class or is not known.
+/// The tag that a file of this type should carry; for a dynamic identifier the one it was made from. Absent
+/// when the type has none of that class or is not known.
 CORVANE_API std::optional<std::string> preferredTag(std::string_view identifier, TagClass tagClass);
 
 /// Whether a thing of type `identifier` is also one of type `other`: they are equal or there is a way up. An
@@ -53,12 +53,13 @@ CORVANE_API bool isDeclared(std::string_view identifier) noexcept;
 /// Whether it is a dynamic identifier that can be read back.
 CORVANE_API bool isDynamic(std::string_view identifier);
 
-/// A few English words in lower case but for names, such as "PDF document". Absent when undeclared or dynamic.
+/// A few English words in lower case but for names, such as "PDF document". Absent when undeclared or
+/// dynamic.
 CORVANE_API std::optional<std::string> description(std::string_view identifier);
 
-/// "UTTypeIdentifier", "UTTypeDescription", "UTTypeConformsTo" (array) and "UTTypeTagSpecification" (dictionary of
-/// arrays under "public.filename-extension", "public.mime-type" and "com.apple.ostype"); empty parts are left out.
-/// Absent when neither declared nor dynamic.
+/// "UTTypeIdentifier", "UTTypeDescription", "UTTypeConformsTo" (array) and "UTTypeTagSpecification"
+/// (dictionary of arrays under "public.filename-extension", "public.mime-type" and "com.apple.ostype"); empty
+/// parts are left out. Absent when neither declared nor dynamic.
 CORVANE_API std::optional<PropertyDictionary> declaration(std::string_view identifier);
 
 /// The folder of the library that holds the table. Absent when undeclared or dynamic.
