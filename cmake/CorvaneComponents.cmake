@@ -97,9 +97,14 @@ macro(corvane_wanted component)
     endif()
 endmacro()
 
+# Points, sizes, rectangles and maps of the plane are plain records that Geometry needs without any graphics.
+set(plane_records Platform/Graphics/CGPoint Platform/Graphics/CGSize Platform/Graphics/CGRect
+                  Platform/Graphics/CGAffineTransform)
+
 corvane_wanted(Core
     FOLDERS Platform/Base Platform/Dispatch Platform/Media LowLevel CoreDispatch ItemsManager Collections AppSupport
             Numbers Geometry AudioVisual
+    ALSO ${plane_records}
     EXCEPT Collections/FinderOrder AppSupport/ReviewRequestMaker
     SYSTEM Threads::Threads
     MODULES EXPAT=expat URIPARSER=liburiparser)
@@ -119,6 +124,7 @@ corvane_wanted(App
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics
     FOLDERS Platform/Graphics GraphicsUtilities CoreGraphics CoreAnimation
+    EXCEPT ${plane_records}
     PRIVATE Platform/Graphics/ByteSource Platform/Graphics/Exif Platform/Graphics/ImageCodec
     USES Core Files
     MODULES CAIRO=cairo JPEG=libjpeg PNG=libpng TIFF=libtiff-4 HEIF=libheif LCMS=lcms2)
