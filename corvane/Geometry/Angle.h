@@ -26,10 +26,10 @@ inline constexpr CGFloat PI_2_1 = 6.283185307179586;
 ///     slope.explementary().degrees() // 270.0
 ///     slope.description();           // "90.0 deg"
 ///
-/// Radians in [0, 2π), kept there by everything that makes or sets an angle; only `+=` and `-=` store what the sum
-/// gives. −0.0 stays −0.0, a value a hair below zero may come out as exactly one turn, and NaN and infinities give
-/// NaN. Note that the minus between two angles adds them, as plus does; `-=` subtracts. Comparisons are exact.
-/// Thread-compatible.
+/// Radians in [0, 2π), kept there by everything that makes or sets an angle; only `+=` and `-=` store what
+/// the sum gives. −0.0 stays −0.0, a value a hair below zero may come out as exactly one turn, and NaN and
+/// infinities give NaN. Note that the minus between two angles adds them, as plus does; `-=` subtracts.
+/// Comparisons are exact. Thread-compatible.
 struct Angle {
     enum class AngleType { zero, acute, right, obtuse, straight, reflex };
 

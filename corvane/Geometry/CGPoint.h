@@ -106,9 +106,10 @@ constexpr CGPoint& operator/=(CGPoint& a, CGFloat divisor) noexcept
 {
     return a.x < b.x || (a.x == b.x && a.y < b.y);
 }
-/// The corners of the smallest convex polygon around `points`: counterclockwise (y upward) from the first point in
-/// `convexHullOrder`, without repetitions and without points on the edges between two corners. One or two corners
-/// where all points coincide or lie on one line; points with a NaN coordinate are left out. O(n log n).
+/// The corners of the smallest convex polygon around `points`: counterclockwise (y upward) from the first
+/// point in `convexHullOrder`, without repetitions and without points on the edges between two corners. One
+/// or two corners where all points coincide or lie on one line; points with a NaN coordinate are left out.
+/// O(n log n).
 [[nodiscard]] CORVANE_API std::vector<CGPoint> convexHull(std::span<const CGPoint> points);
 
 } // namespace corvane

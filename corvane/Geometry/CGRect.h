@@ -8,7 +8,8 @@
 
 namespace corvane {
 
-// Helpers on rectangles: the points of their anchors, dragging an anchor, centring and fitting. y grows upward.
+// Helpers on rectangles: the points of their anchors, dragging an anchor, centring and fitting. y grows
+// upward.
 //
 //     CGRect frame = CGRect::make(0, 0, 10, 20);
 //     point(frame, RectAnchor::topLeft);                                  // (0, 20)
@@ -65,9 +66,10 @@ namespace corvane {
     return rect(self, anchor, {edgeSize, edgeSize});
 }
 
-/// Resizes the rectangle so that `anchor` sits at `to` while the opposite side stays (a centre moves only up and
-/// down, a middle only left and right). Dragged across the opposite side, the rectangle turns over instead of
-/// getting a negative size. Returns the anchor that sits at the point afterwards: continue the drag with that one.
+/// Resizes the rectangle so that `anchor` sits at `to` while the opposite side stays (a centre moves only up
+/// and down, a middle only left and right). Dragged across the opposite side, the rectangle turns over
+/// instead of getting a negative size. Returns the anchor that sits at the point afterwards: continue the
+/// drag with that one.
 CORVANE_API RectAnchor move(CGRect& self, RectAnchor anchor, CGPoint to) noexcept;
 
 /// Whether origin and size are the same once rounded at `places` decimals.

@@ -14,8 +14,8 @@ namespace corvane {
 ///     Line above = axis;
 ///     above.offsetBy(-2);                                   // through (0, 2)
 ///
-/// Lines made from points have a normal (a, b) of unit length; fields that are set are taken as they are. `==` compares
-/// the fields exactly, so one line has many unequal equations. Thread-compatible.
+/// Lines made from points have a normal (a, b) of unit length; fields that are set are taken as they are.
+/// `==` compares the fields exactly, so one line has many unequal equations. Thread-compatible.
 struct Line {
     CGFloat a = 0;
     CGFloat b = 0;
@@ -31,8 +31,8 @@ struct Line {
     /// Signed, positive on the side that the normal points to. A distance only while (a, b) has unit length.
     constexpr CGFloat distance(CGPoint from) const noexcept { return a * from.x + b * from.y + c; }
 
-    /// Absent for parallel lines. The point comes mirrored on the x axis: its y has the opposite sign of where the
-    /// lines cross, so x = 1 and y = 2 give (1, −2).
+    /// Absent for parallel lines. The point comes mirrored on the x axis: its y has the opposite sign of
+    /// where the lines cross, so x = 1 and y = 2 give (1, −2).
     constexpr std::optional<CGPoint> intersects(const Line& other) const noexcept
     {
         const CGFloat det = other.b * a - other.a * b;

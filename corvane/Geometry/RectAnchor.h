@@ -7,9 +7,9 @@
 
 namespace corvane {
 
-/// The eight handles of a rectangle, as an editor shows them around a selected shape. y grows upward: the top is at
-/// the maximum y. The corners come first, clockwise from the top left; then the sides. The left and right handles
-/// are called middles, the top and bottom ones centers.
+/// The eight handles of a rectangle, as an editor shows them around a selected shape. y grows upward: the top
+/// is at the maximum y. The corners come first, clockwise from the top left; then the sides. The left and
+/// right handles are called middles, the top and bottom ones centers.
 ///
 ///     RectAnchor grabbed = RectAnchor::topLeft;
 ///     opposed(grabbed);          // bottomRight

@@ -16,9 +16,9 @@ namespace corvane {
 ///     side.distance({5, 1});                        // value 1, param 1.25
 ///     side.isSimilarToReversed({{4, 0}, {0, 0}});   // true
 ///
-/// A parameter counts along the segment: 0 at the start, 1 at the end. Comparisons: `==` and `isEqualTo` exactly,
-/// `overlap` within a tolerance, `isSimilarTo` once rounded at decimals; always start with start and end with end.
-/// Thread-compatible.
+/// A parameter counts along the segment: 0 at the start, 1 at the end. Comparisons: `==` and `isEqualTo`
+/// exactly, `overlap` within a tolerance, `isSimilarTo` once rounded at decimals; always start with start and
+/// end with end. Thread-compatible.
 struct Segment {
     CGPoint start;
     CGPoint end;
@@ -44,7 +44,8 @@ struct Segment {
         return CGRect::make(std::min(start.x, end.x), std::min(start.y, end.y), abs(deltaX()), abs(deltaY()));
     }
     constexpr CGRect bounds() const noexcept { return boundingRect(); }
-    /// Of unit length, a quarter turn counterclockwise from the direction; (0, 0) for a segment without length.
+    /// Of unit length, a quarter turn counterclockwise from the direction; (0, 0) for a segment without
+    /// length.
     CORVANE_API CGPoint normal() const noexcept;
     constexpr Segment reversed() const noexcept { return {end, start}; }
     constexpr Segment withStart(CGPoint newStart) const noexcept { return {newStart, end}; }
@@ -72,9 +73,9 @@ struct Segment {
     {
         return isSimilarTo(other.reversed(), places);
     }
-    /// Whether the directions agree; the places do not matter, so parallel segments apart are colinear. Slopes are
-    /// compared, and a segment whose slope is none, because its ends differ by at most `tolerance` in x, is
-    /// colinear with every other.
+    /// Whether the directions agree; the places do not matter, so parallel segments apart are colinear.
+    /// Slopes are compared, and a segment whose slope is none, because its ends differ by at most `tolerance`
+    /// in x, is colinear with every other.
     constexpr bool isColinearTo(const Segment& other, CGFloat tolerance = 0.000005) const noexcept
     {
         return corvane::overlap(deltaX(), 0, tolerance) || corvane::overlap(other.deltaX(), 0, tolerance) ||
@@ -83,12 +84,12 @@ struct Segment {
     /// Whether both ends are similar.
     bool isPoint(Int places = 6) const noexcept { return corvane::isSimilarTo(start, end, places); }
 
-    /// Whether `p` lies on the line at six decimals and in the bounding rectangle, whose upper edges do not belong
-    /// to it. So the end with the larger coordinates is not contained, and a horizontal or vertical segment, whose
-    /// rectangle is empty, contains nothing.
+    /// Whether `p` lies on the line at six decimals and in the bounding rectangle, whose upper edges do not
+    /// belong to it. So the end with the larger coordinates is not contained, and a horizontal or vertical
+    /// segment, whose rectangle is empty, contains nothing.
     CORVANE_API bool contains(CGPoint p) const noexcept;
-    /// From `p` to the line through the segment, and the parameter of the foot, which is not clamped: outside 0 … 1
-    /// the nearest point of the segment is an end. Both are 0 for a segment without length.
+    /// From `p` to the line through the segment, and the parameter of the foot, which is not clamped: outside
+    /// 0 … 1 the nearest point of the segment is an end. Both are 0 for a segment without length.
     CORVANE_API Distance distance(CGPoint from) const noexcept;
 
     /// Not clamped: parameters outside 0 … 1 continue the line.
@@ -96,13 +97,15 @@ struct Segment {
     /// The distance of `p` from the start in lengths of the segment; unsigned.
     CGFloat parameter(CGPoint p) const noexcept { return corvane::distance(start, p) / length(); }
 
-    /// Where the segments cross; touching counts. Absent for (nearly) parallel segments, even where they overlap.
+    /// Where the segments cross; touching counts. Absent for (nearly) parallel segments, even where they
+    /// overlap.
     constexpr std::optional<CGPoint> intersects(const Segment& other) const noexcept
     {
         const auto found = findIntersection(other);
         return found ? std::optional(found->point) : std::nullopt;
     }
-    /// Where the segment is at the height `horizontal`; absent outside its heights and for a horizontal segment.
+    /// Where the segment is at the height `horizontal`; absent outside its heights and for a horizontal
+    /// segment.
     CORVANE_API std::optional<CGPoint> intersects(CGFloat horizontal) const noexcept;
     /// `intersects` with the parameters of the point.
     constexpr std::optional<Intersection> findIntersection(const Segment& other) const noexcept

@@ -12,8 +12,8 @@ namespace corvane {
 ///     corner.collinearity();               // counterClockwiseTurn (y upward)
 ///     (corner * 2 + 1).b;                  // (3, 1): every coordinate takes part
 ///
-/// `==` compares exactly, `overlap` within a tolerance, `isSimilarTo` once rounded at decimals; vertex by vertex.
-/// Thread-compatible.
+/// `==` compares exactly, `overlap` within a tolerance, `isSimilarTo` once rounded at decimals; vertex by
+/// vertex. Thread-compatible.
 struct Triangle {
     enum class CollinearityState { point, line, clockwiseTurn, counterClockwiseTurn };
 

@@ -8,7 +8,8 @@
 
 namespace corvane {
 
-/// How many cases an enumeration has whose raw values count up from 0; each such enumeration says so beside it.
+/// How many cases an enumeration has whose raw values count up from 0; each such enumeration says so beside
+/// it.
 template <typename Enumeration>
 inline constexpr Int caseCount = 0;
 
