@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <corvane/Numbers/Interval.h>
+#include <corvane/Platform/Base/NumberText.h>
+
+namespace corvane {
+
+std::string Interval::description() const
+{
+    return "[" + numberText(min) + ", " + numberText(max) + "]";
+}
+
+} // namespace corvane
