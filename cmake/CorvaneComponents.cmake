@@ -124,8 +124,8 @@ corvane_wanted(App
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics
     FOLDERS Platform/Graphics GraphicsUtilities CoreGraphics CoreAnimation
-    EXCEPT ${plane_records}
-    PRIVATE Platform/Graphics/ByteSource Platform/Graphics/Exif Platform/Graphics/ImageCodec
+    PRIVATE Platform/Graphics/ByteSource Platform/Graphics/ColourMatch Platform/Graphics/Exif
+            Platform/Graphics/ImageCodec Platform/Graphics/RasterBuilder
     USES Core Files
     MODULES CAIRO=cairo JPEG=libjpeg PNG=libpng TIFF=libtiff-4 HEIF=libheif LCMS=lcms2)
 

@@ -25,19 +25,22 @@ struct CGAffineTransform {
 
     static const CGAffineTransform identity;
 
-    static constexpr CGAffineTransform translation(CGFloat tx, CGFloat ty) noexcept {
+    static constexpr CGAffineTransform translation(CGFloat tx, CGFloat ty) noexcept
+    {
         return {1, 0, 0, 1, tx, ty};
     }
     static constexpr CGAffineTransform scale(CGFloat sx, CGFloat sy) noexcept { return {sx, 0, 0, sy, 0, 0}; }
     /// By `angle` radians, counterclockwise where y grows upward.
-    static CGAffineTransform rotation(CGFloat angle) noexcept {
+    static CGAffineTransform rotation(CGFloat angle) noexcept
+    {
         const CGFloat sine = std::sin(angle);
         const CGFloat cosine = std::cos(angle);
         return {cosine, sine, -sine, cosine, 0, 0};
     }
 
     /// This map first, `next` on its result.
-    constexpr CGAffineTransform concatenating(const CGAffineTransform& next) const noexcept {
+    constexpr CGAffineTransform concatenating(const CGAffineTransform& next) const noexcept
+    {
         return {a * next.a + b * next.c,
                 a * next.b + b * next.d,
                 c * next.a + d * next.c,
@@ -46,22 +49,26 @@ struct CGAffineTransform {
                 tx * next.b + ty * next.d + next.ty};
     }
     /// These three work on the map's own coordinates: the new step happens before this map.
-    constexpr CGAffineTransform translatedBy(CGFloat x, CGFloat y) const noexcept {
+    constexpr CGAffineTransform translatedBy(CGFloat x, CGFloat y) const noexcept
+    {
         return translation(x, y).concatenating(*this);
     }
-    constexpr CGAffineTransform scaledBy(CGFloat x, CGFloat y) const noexcept {
+    constexpr CGAffineTransform scaledBy(CGFloat x, CGFloat y) const noexcept
+    {
         return scale(x, y).concatenating(*this);
     }
     CGAffineTransform rotatedBy(CGFloat angle) const noexcept { return rotation(angle).concatenating(*this); }
 
     constexpr CGFloat determinant() const noexcept { return a * d - b * c; }
     /// Whether the map can be undone: a finite determinant that is not zero.
-    constexpr bool isInvertible() const noexcept {
+    constexpr bool isInvertible() const noexcept
+    {
         const CGFloat area = determinant();
         return area != 0 && area - area == 0;
     }
     /// The map that undoes this one; a map that cannot be undone gives itself.
-    constexpr CGAffineTransform inverted() const noexcept {
+    constexpr CGAffineTransform inverted() const noexcept
+    {
         if (!isInvertible())
             return *this;
         const CGFloat area = determinant();
@@ -69,15 +76,18 @@ struct CGAffineTransform {
     }
     constexpr bool isIdentity() const noexcept { return *this == CGAffineTransform{}; }
 
-    constexpr CGPoint apply(CGPoint point) const noexcept {
+    constexpr CGPoint apply(CGPoint point) const noexcept
+    {
         return {a * point.x + c * point.y + tx, b * point.x + d * point.y + ty};
     }
     /// The size as a vector: translation plays no part.
-    constexpr CGSize apply(CGSize size) const noexcept {
+    constexpr CGSize apply(CGSize size) const noexcept
+    {
         return {a * size.width + c * size.height, b * size.width + d * size.height};
     }
     /// The smallest upright rectangle that holds the four transformed corners.
-    constexpr CGRect apply(const CGRect& rect) const noexcept {
+    constexpr CGRect apply(const CGRect& rect) const noexcept
+    {
         if (rect.isNull())
             return rect;
         const CGPoint corners[] = {
@@ -97,4 +107,4 @@ struct CGAffineTransform {
 
 inline constexpr CGAffineTransform CGAffineTransform::identity{};
 
-}  // namespace corvane
+} // namespace corvane

@@ -17,4 +17,4 @@ struct CGPoint {
 
 inline constexpr CGPoint CGPoint::zero{};
 
-}  // namespace corvane
+} // namespace corvane

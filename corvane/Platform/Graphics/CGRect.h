@@ -27,7 +27,8 @@ struct CGRect {
     static const CGRect zero;
     static const CGRect null;
 
-    static constexpr CGRect make(CGFloat x, CGFloat y, CGFloat width, CGFloat height) noexcept {
+    static constexpr CGRect make(CGFloat x, CGFloat y, CGFloat width, CGFloat height) noexcept
+    {
         return {{x, y}, {width, height}};
     }
 
@@ -40,7 +41,8 @@ struct CGRect {
     constexpr CGFloat midY() const noexcept { return origin.y + size.height / 2; }
     constexpr CGFloat maxY() const noexcept { return size.height < 0 ? origin.y : origin.y + size.height; }
 
-    constexpr bool isNull() const noexcept {
+    constexpr bool isNull() const noexcept
+    {
         return origin.x == std::numeric_limits<CGFloat>::infinity() ||
                origin.y == std::numeric_limits<CGFloat>::infinity();
     }
@@ -48,11 +50,13 @@ struct CGRect {
     constexpr bool isEmpty() const noexcept { return isNull() || size.width == 0 || size.height == 0; }
 
     /// The same area with a width and height of at least zero.
-    constexpr CGRect standardized() const noexcept {
+    constexpr CGRect standardized() const noexcept
+    {
         return isNull() ? *this : make(minX(), minY(), width(), height());
     }
 
-    constexpr bool contains(CGPoint point) const noexcept {
+    constexpr bool contains(CGPoint point) const noexcept
+    {
         return !isNull() && point.x >= minX() && point.x < maxX() && point.y >= minY() && point.y < maxY();
     }
     constexpr bool contains(const CGRect& other) const noexcept { return union_(other) == standardized(); }
@@ -66,13 +70,15 @@ struct CGRect {
     /// Moved in by `dx` on the left and the right and by `dy` above and below (outward when negative); `null`
     /// when nothing is left.
     constexpr CGRect insetBy(CGFloat dx, CGFloat dy) const noexcept;
-    constexpr CGRect offsetBy(CGFloat dx, CGFloat dy) const noexcept {
+    constexpr CGRect offsetBy(CGFloat dx, CGFloat dy) const noexcept
+    {
         const CGRect from = standardized();
         return isNull() ? from
                         : make(from.origin.x + dx, from.origin.y + dy, from.size.width, from.size.height);
     }
     /// The smallest rectangle with whole-numbered edges that holds this one.
-    CGRect integral() const noexcept {
+    CGRect integral() const noexcept
+    {
         if (isNull())
             return *this;
         const CGFloat x = std::floor(minX());
@@ -87,7 +93,8 @@ inline constexpr CGRect CGRect::zero{};
 inline constexpr CGRect CGRect::null{
     {std::numeric_limits<CGFloat>::infinity(), std::numeric_limits<CGFloat>::infinity()}, {}};
 
-constexpr CGRect CGRect::intersection(const CGRect& other) const noexcept {
+constexpr CGRect CGRect::intersection(const CGRect& other) const noexcept
+{
     if (isNull() || other.isNull())
         return null;
     const CGFloat left = minX() > other.minX() ? minX() : other.minX();
@@ -97,7 +104,8 @@ constexpr CGRect CGRect::intersection(const CGRect& other) const noexcept {
     return left > right || bottom > top ? null : make(left, bottom, right - left, top - bottom);
 }
 
-constexpr CGRect CGRect::union_(const CGRect& other) const noexcept {
+constexpr CGRect CGRect::union_(const CGRect& other) const noexcept
+{
     if (isNull() || other.isNull())
         return isNull() ? other.standardized() : standardized();
     const CGFloat left = minX() < other.minX() ? minX() : other.minX();
@@ -107,7 +115,8 @@ constexpr CGRect CGRect::union_(const CGRect& other) const noexcept {
     return make(left, bottom, right - left, top - bottom);
 }
 
-constexpr CGRect CGRect::insetBy(CGFloat dx, CGFloat dy) const noexcept {
+constexpr CGRect CGRect::insetBy(CGFloat dx, CGFloat dy) const noexcept
+{
     const CGRect from = standardized();
     const CGSize left{from.size.width - 2 * dx, from.size.height - 2 * dy};
     if (isNull() || left.width < 0 || left.height < 0)
@@ -115,4 +124,4 @@ constexpr CGRect CGRect::insetBy(CGFloat dx, CGFloat dy) const noexcept {
     return {{from.origin.x + dx, from.origin.y + dy}, left};
 }
 
-}  // namespace corvane
+} // namespace corvane

@@ -17,4 +17,4 @@ struct CGSize {
 
 inline constexpr CGSize CGSize::zero{};
 
-}  // namespace corvane
+} // namespace corvane
