@@ -36,7 +36,7 @@ public:
             if (callable == nullptr)
                 return; // an empty std::function makes an empty block
         }
-        if constexpr (sizeof(Callable) <= inlineSize && alignof(Callable) <= alignof(std::max_align_t) &&
+        if constexpr (sizeof(Callable) <= inlineSize && alignof(Callable) <= alignof(void*) &&
                       std::is_nothrow_move_constructible_v<Callable>) {
             ::new (static_cast<void*>(storage_)) Callable(std::forward<F>(callable));
             actions_ = &inlineActions<Callable>;
@@ -116,7 +116,7 @@ private:
         [](void* storage) noexcept { delete in<Callable*>(storage); }};
 
     const Actions* actions_ = nullptr;
-    alignas(std::max_align_t) std::byte storage_[inlineSize];
+    alignas(void*) std::byte storage_[inlineSize];
 };
 
 } // namespace corvane

@@ -9,6 +9,13 @@
 
 namespace corvane {
 
+class RunLoop;
+namespace detail {
+class LoopCore;
+RunLoop& timerThread();
+LoopCore& mainLoopCore();
+} // namespace detail
+
 /// The loop of a thread: it fires the thread's timers and, on the main thread, runs the main queue's blocks.
 ///
 ///     int main() {
@@ -48,10 +55,11 @@ public:
 
 private:
     friend class Timer;
-    struct Core;
+    friend RunLoop& detail::timerThread();
+    friend detail::LoopCore& detail::mainLoopCore();
     explicit RunLoop(bool isMain);
 
-    std::shared_ptr<Core> core_;
+    std::shared_ptr<detail::LoopCore> core_;
 };
 
 } // namespace corvane

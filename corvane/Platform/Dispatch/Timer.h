@@ -25,8 +25,9 @@ struct TimerCore;
 ///
 /// The block runs on the thread that runs the loop. It never runs early; it runs late when the loop is busy,
 /// and by up to a millisecond so that timers that fall close together share one wake-up. A repeating timer
-/// keeps to its first schedule, so lateness does not add up; periods missed as a whole are left out. An
-/// interval of zero or less counts as 0.1 ms when it repeats.
+/// keeps to its first schedule, so lateness does not add up: late firings are made up one after another,
+/// unless the loop was kept from them for a quarter second or more; then the periods missed as a whole are
+/// left out. An interval below 0.1 ms counts as 0.1 ms when it repeats.
 ///
 /// The loop keeps the timer; dropping the handle does not stop it. A handle is cheap to copy; copies name the
 /// same timer. Thread-safe, but a block that runs on its loop's thread is not waited for by `invalidate()`
