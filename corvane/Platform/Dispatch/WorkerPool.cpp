@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <corvane/Platform/Dispatch/DispatchSemaphore.h>
 #include <corvane/Platform/Dispatch/Task.h>
 #include <corvane/Platform/Dispatch/WorkerPool.h>
 
@@ -89,6 +90,45 @@ bool startThread(Body* body)
     if (!started)
         delete body;
     return started;
+}
+
+class Starter {
+public:
+    Starter()
+    {
+        startThread(new auto([this] {
+            pthread_setname_np(pthread_self(), "corvane-start");
+            for (;;) {
+                asked_.wait();
+                std::vector<Block> works;
+                {
+                    const MutexLock lock(mutex_);
+                    works.swap(works_);
+                }
+                for (Block& work : works)
+                    work();
+            }
+        }));
+    }
+    void post(Block work)
+    {
+        {
+            const MutexLock lock(mutex_);
+            works_.push_back(std::move(work));
+        }
+        asked_.signal();
+    }
+
+private:
+    Mutex mutex_;
+    std::vector<Block> works_ CORVANE_GUARDED_BY(mutex_);
+    const DispatchSemaphore asked_{0};
+};
+
+Starter& starter()
+{
+    static Starter* const shared = new Starter;
+    return *shared;
 }
 
 } // namespace
@@ -184,18 +224,31 @@ WorkerPool::Orders WorkerPool::engageOne()
     return orders;
 }
 
-void WorkerPool::carryOut(const Orders& orders) noexcept
+void WorkerPool::carryOut(const Orders& orders)
 {
     if (orders.wake != nullptr)
         futexWake(orders.wake->wake, 1);
     if (orders.start)
-        startWorker();
+        atOwnPriority([this] { startWorker(); });
     if (orders.announce)
         announceStandstill();
 }
 
-void WorkerPool::startWorker() noexcept
+// A thread begins at the priority of the thread that starts it, and no ordinary user may raise it again: workers of
+// the lower pools leave starting to a thread that was made before them.
+void WorkerPool::atOwnPriority(Block work)
 {
+    if (currentWorker == nullptr || currentWorker->pool->nice_ == 0) {
+        work();
+        return;
+    }
+    starter().post(std::move(work));
+}
+
+void WorkerPool::startWorker()
+{
+    if (nice_ != 0)
+        starter(); // before there is a thread of lower priority
     auto* const worker = new Worker;
     worker->pool = this;
     const auto body = [this, worker] {
@@ -370,8 +423,10 @@ void WorkerPool::wakeMonitor() noexcept
 {
     switch (monitor_.exchange(monitorWatches)) {
     case monitorAbsent:
-        if (!startThread(new auto([this] { monitorMain(); })))
-            monitor_.store(monitorAbsent); // the next that finds no thread tries again
+        atOwnPriority([this] {
+            if (!startThread(new auto([this] { monitorMain(); })))
+                monitor_.store(monitorAbsent); // the next that finds no thread tries again
+        });
         break;
     case monitorSleeps:
         futexWake(monitor_, 1);

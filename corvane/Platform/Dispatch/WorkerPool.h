@@ -2,6 +2,7 @@
 #pragma once
 
 #include <corvane/Platform/Base/Mutex.h>
+#include <corvane/Platform/Dispatch/Block.h>
 #include <corvane/Platform/Dispatch/DispatchQoS.h>
 #include <corvane/Platform/Dispatch/Futex.h>
 
@@ -110,13 +111,14 @@ private:
         bool announce = false;
     };
 
-    explicit WorkerPool(int nice, const char* name);
+    WorkerPool(int nice, const char* name);
+    static void atOwnPriority(Block work);
     static WorkerPool* all();
     static void stopAtExit();
 
     Orders engageOne() CORVANE_REQUIRES(mutex_);
-    void carryOut(const Orders& orders) noexcept;
-    void startWorker() noexcept;
+    void carryOut(const Orders& orders);
+    void startWorker();
     void announceStandstill() noexcept;
     Runnable* popReady() CORVANE_REQUIRES(mutex_);
     void search() const noexcept;
