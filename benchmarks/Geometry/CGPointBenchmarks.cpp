@@ -10,37 +10,54 @@
 namespace corvane {
 namespace {
 
-const std::vector<CGPoint>& points()
+std::vector<CGPoint> cloud()
 {
-    static const std::vector<CGPoint> all = [] {
-        std::mt19937_64 random(9);
-        std::normal_distribution<double> part(0, 100);
-        std::vector<CGPoint> made(1'000'000);
-        for (CGPoint& point : made) {
-            const double x = part(random);
-            point = {x, part(random)};
-        }
-        return made;
-    }();
-    return all;
+    std::mt19937_64 random(9);
+    std::normal_distribution<double> part(0, 100);
+    std::vector<CGPoint> made(1'000'000);
+    for (CGPoint& point : made) {
+        const double x = part(random);
+        point = {x, part(random)};
+    }
+    return made;
 }
 
-void hull(benchmark::State& state)
+// The worst there is: every point may be a corner until it has been compared with its neighbours.
+std::vector<CGPoint> circle()
 {
-    for (auto _ : state)
-        benchmark::DoNotOptimize(convexHull(points()));
-}
-void sort(benchmark::State& state)
-{
-    for (auto _ : state) {
-        auto sorted = points();
-        std::sort(sorted.begin(), sorted.end(), convexHullOrder);
-        benchmark::DoNotOptimize(sorted.data());
+    std::mt19937_64 random(9);
+    std::uniform_real_distribution<double> angle(0, 6.283185307179586);
+    std::vector<CGPoint> made(1'000'000);
+    for (CGPoint& point : made) {
+        const double at = angle(random);
+        point = {std::cos(at), std::sin(at)};
     }
+    return made;
 }
-BENCHMARK(hull)->Name("convex hull of 1000000 points/Corvane")->Unit(benchmark::kMillisecond);
-BENCHMARK(sort)->Name("convex hull of 1000000 points/std::sort alone")->Unit(benchmark::kMillisecond);
-const benchmarks::RatioGoal goal("convex hull of 1000000 points", "std::sort alone", 1.2);
+
+template <typename Make>
+bool addPair(const std::string& subject, Make make)
+{
+    benchmark::RegisterBenchmark((subject + "/Corvane").c_str(), [=](benchmark::State& state) {
+        static const std::vector<CGPoint> points = make();
+        for (auto _ : state)
+            benchmark::DoNotOptimize(convexHull(points));
+    })->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((subject + "/std::sort alone").c_str(), [=](benchmark::State& state) {
+        static const std::vector<CGPoint> points = make();
+        for (auto _ : state) {
+            auto sorted = points;
+            std::sort(sorted.begin(), sorted.end(), convexHullOrder);
+            benchmark::DoNotOptimize(sorted.data());
+        }
+    })->Unit(benchmark::kMillisecond);
+    return true;
+}
+
+const bool added = addPair("convex hull of 1000000 points in a cloud", cloud) &&
+                   addPair("convex hull of 1000000 points on a circle", circle);
+const benchmarks::RatioGoal inCloud("convex hull of 1000000 points in a cloud", "std::sort alone", 1.2);
+const benchmarks::RatioGoal onCircle("convex hull of 1000000 points on a circle", "std::sort alone", 1.2);
 
 } // namespace
 } // namespace corvane

@@ -108,7 +108,7 @@ constexpr CGPoint& operator/=(CGPoint& a, CGFloat divisor) noexcept
 }
 /// The corners of the smallest convex polygon around `points`: counterclockwise (y upward) from the first
 /// point in `convexHullOrder`, without repetitions and without points on the edges between two corners. One
-/// or two corners where all points coincide or lie on one line; points with a NaN coordinate are left out.
+/// or two corners where all points coincide or lie on one line; points that are not finite are left out.
 /// O(n log n).
 [[nodiscard]] CORVANE_API std::vector<CGPoint> convexHull(std::span<const CGPoint> points);
 

@@ -47,8 +47,7 @@ RectAnchor move(CGRect& self, RectAnchor anchor, CGPoint to) noexcept
 
 std::string description(const CGRect& self)
 {
-    return "(" + numberText(self.origin.x) + ", " + numberText(self.origin.y) + ", " +
-           numberText(self.size.width) + ", " + numberText(self.size.height) + ")";
+    return numberListText("(", {self.origin.x, self.origin.y, self.size.width, self.size.height}, ")");
 }
 
 } // namespace corvane

@@ -6,7 +6,7 @@ namespace corvane {
 
 std::string description(CGSize self)
 {
-    return "(" + numberText(self.width) + ", " + numberText(self.height) + ")";
+    return numberListText("(", {self.width, self.height}, ")");
 }
 
 } // namespace corvane

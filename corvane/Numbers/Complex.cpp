@@ -35,8 +35,16 @@ Complex Complex::truncate(Int places, SourcePlace place) const
 
 std::string Complex::description() const
 {
-    const auto part = [](CGFloat value) { return (std::signbit(value) ? "" : "+") + numberText(value); };
-    return "(" + part(real) + " " + part(imag) + "i)";
+    std::string text = "(";
+    const auto append = [&text](CGFloat part, std::string_view behind) {
+        if (!std::signbit(part))
+            text += '+';
+        text += numberText(part);
+        text += behind;
+    };
+    append(real, " ");
+    append(imag, "i)");
+    return text;
 }
 
 Complex Complex::exp(const Complex& z) noexcept

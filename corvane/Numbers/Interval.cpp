@@ -6,7 +6,7 @@ namespace corvane {
 
 std::string Interval::description() const
 {
-    return "[" + numberText(min) + ", " + numberText(max) + "]";
+    return numberListText("[", {min, max}, "]");
 }
 
 } // namespace corvane

@@ -45,6 +45,8 @@ TEST(CGPointTests, ConvexHullHasOnlyTheCornersInOrder)
         {{{2, 2}, {0, 0}, {1, 1}, {3, 3}}, {{0, 0}, {3, 3}}},
         {{{1, 1}, {0, 2}, {2, 0}, {0, 0}, {2, 2}, {1, 0}, {2, 1}, {0, 0}}, {{0, 0}, {2, 0}, {2, 2}, {0, 2}}},
         {{{0, 0}, {NAN, 1}, {4, 0}, {1, NAN}, {2, 3}}, {{0, 0}, {4, 0}, {2, 3}}},
+        {{{NAN, NAN}, {4, 0}, {0, 0}, {2, 3}}, {{0, 0}, {4, 0}, {2, 3}}},
+        {{{0, 0}, {-HUGE_VAL, 0}, {0, 1}, {9, HUGE_VAL}}, {{0, 0}, {0, 1}}},
     };
     for (const Row& row : rows)
         EXPECT_EQ(convexHull(row.points), row.corners) << "row " << &row - rows;

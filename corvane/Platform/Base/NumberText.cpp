@@ -4,62 +4,48 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <concepts>
+#include <cstdint>
 
 namespace corvane {
 
 namespace {
 
-// `std::to_chars` has the digits; which layout it gives is decided by length there, so the scientific one is
-// asked for and moved into place.
+// A single-precision value from 2^24 on. Its fixed layout in `std::to_chars` has every digit of the exact value;
+// here are the few that tell it from its neighbours, with zeros up to the point.
+char* writeLargeSingle(char* out, float value) noexcept
+{
+    char digits[numberTextCapacity];
+    const auto written = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::scientific);
+    const char* const mark = written.ptr - 4; // the e; behind it a sign and two exponent digits
+    std::ptrdiff_t missing = (mark[2] - '0') * 10 + (mark[3] - '0') + 1;
+    for (const char* at = digits; at != mark; ++at) {
+        if (*at == '.')
+            continue;
+        missing -= *at != '-';
+        *out++ = *at;
+    }
+    return std::fill_n(out, missing, '0');
+}
+
 template <typename T>
 std::string_view write(char* out, T value) noexcept
 {
     if (std::isnan(value))
         return "nan";
-    char digits[numberTextCapacity];
-    const char* const end =
-        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::scientific).ptr;
-    char* at = out;
-    const char* from = digits;
-    if (*from == '-')
-        *at++ = *from++;
-    // From here: one digit, perhaps a point and more digits, e, a sign, two or three exponent digits.
-    const char* const mark = end[-4] == 'e' ? end - 4 : end - 5;
-    if (std::isinf(value) || *mark != 'e') {
-        at = std::copy(from, end, at);
-        return {out, at};
-    }
-    int exponent = 0;
-    for (const char* digit = mark + 2; digit != end; ++digit)
-        exponent = exponent * 10 + (*digit - '0');
-    if (mark[1] == '-')
-        exponent = -exponent;
-    if (exponent < -4 || exponent >= 16) {
-        at = std::copy(from, end, at);
-        return {out, at};
-    }
-
-    const char* const more = from + 2; // behind the point, or past the mark where there is only one digit
-    if (exponent < 0) {
-        *at++ = '0';
-        *at++ = '.';
-        at = std::fill_n(at, -exponent - 1, '0');
-        *at++ = *from;
-        if (more < mark)
-            at = std::copy(more, mark, at);
-        return {out, at};
-    }
-    *at++ = *from;
-    const auto behind = std::max<std::ptrdiff_t>(mark - more, 0);
-    const auto whole = std::min<std::ptrdiff_t>(behind, exponent);
-    at = std::copy_n(more, whole, at);
-    at = std::fill_n(at, exponent - whole, '0');
-    *at++ = '.';
-    if (behind > whole)
-        at = std::copy(more + whole, mark, at);
+    const T magnitude = std::abs(value);
+    const bool decimal = magnitude == 0 || (magnitude >= T(1e-4) && magnitude < T(1e16));
+    const auto format = decimal ? std::chars_format::fixed : std::chars_format::scientific;
+    char* end = nullptr;
+    if (std::same_as<T, float> && decimal && magnitude >= T(0x1p24))
+        end = writeLargeSingle(out, static_cast<float>(value));
     else
-        *at++ = '0';
-    return {out, at};
+        end = std::to_chars(out, out + numberTextCapacity, value, format).ptr;
+    if (decimal && static_cast<T>(static_cast<std::int64_t>(magnitude)) == magnitude) {
+        *end++ = '.';
+        *end++ = '0';
+    }
+    return {out, end};
 }
 
 } // namespace
@@ -84,6 +70,20 @@ std::string numberText(float value)
 {
     char buffer[numberTextCapacity];
     return std::string(write(buffer, value));
+}
+
+std::string numberListText(std::string_view open, std::initializer_list<double> values,
+                           std::string_view close)
+{
+    std::string text(open);
+    for (const double& value : values) {
+        if (&value != values.begin())
+            text += ", ";
+        char buffer[numberTextCapacity];
+        text += write(buffer, value);
+    }
+    text += close;
+    return text;
 }
 
 } // namespace corvane

@@ -4,6 +4,7 @@
 #include <corvane/Platform/Base/Export.h>
 
 #include <cstddef>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
@@ -25,5 +26,9 @@ CORVANE_API std::string_view writeNumber(std::span<char, numberTextCapacity> buf
 
 [[nodiscard]] CORVANE_API std::string numberText(double value);
 [[nodiscard]] CORVANE_API std::string numberText(float value);
+
+/// `numberListText("[", {0, 0.5}, "]")` is "[0.0, 0.5]".
+[[nodiscard]] CORVANE_API std::string
+numberListText(std::string_view open, std::initializer_list<double> values, std::string_view close);
 
 } // namespace corvane
