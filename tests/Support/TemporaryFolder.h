@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -17,9 +18,10 @@ namespace corvane::tests {
 /// A fresh folder, with its symbolic links resolved, that is gone with all it holds when the test ends.
 class TemporaryFolder {
 public:
-    TemporaryFolder()
+    TemporaryFolder() : TemporaryFolder(std::filesystem::temp_directory_path()) {}
+    explicit TemporaryFolder(const std::filesystem::path& parent)
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "corvane-test-XXXXXX").string();
+        std::string pattern = (parent / "corvane-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::system_error(errno, std::system_category(), pattern);
         path_ = std::filesystem::canonical(pattern);
@@ -33,6 +35,13 @@ public:
             if (entry.is_directory(ignored) && !entry.is_symlink(ignored))
                 std::filesystem::permissions(entry, std::filesystem::perms::owner_all, ignored);
         std::filesystem::remove_all(path_, ignored);
+    }
+
+    /// Where making and removing thousands of folders costs no disk, if there is such a place.
+    static std::filesystem::path inMemory()
+    {
+        const std::filesystem::path memory = "/dev/shm";
+        return ::access(memory.c_str(), W_OK | X_OK) == 0 ? memory : std::filesystem::temp_directory_path();
     }
 
     const std::filesystem::path& path() const { return path_; }

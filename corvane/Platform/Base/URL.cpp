@@ -128,13 +128,6 @@ std::string_view lastSegment(std::string_view path)
     return path.substr(path.rfind('/') + 1);
 }
 
-// Where the extension's full stop is in a decoded name.
-std::size_t extensionStop(std::string_view name)
-{
-    const std::size_t stop = name.rfind('.');
-    return stop == 0 || stop == name.size() - 1 ? name.npos : stop;
-}
-
 std::optional<int> portNumber(std::string_view digits)
 {
     int port = 0;
@@ -145,6 +138,12 @@ std::optional<int> portNumber(std::string_view digits)
 }
 
 } // namespace
+
+std::string_view fileNameExtension(std::string_view name) noexcept
+{
+    const std::size_t stop = name.rfind('.');
+    return stop == 0 || stop == name.npos ? std::string_view() : name.substr(stop + 1);
+}
 
 std::optional<URL> URL::fromString(std::string_view text)
 {
@@ -260,9 +259,7 @@ std::string URL::lastPathComponent() const
 
 std::string URL::pathExtension() const
 {
-    std::string name = decoded(lastSegment(Parts(text_).path));
-    const std::size_t stop = extensionStop(name);
-    return stop == name.npos ? std::string() : name.substr(stop + 1);
+    return std::string(fileNameExtension(decoded(lastSegment(Parts(text_).path))));
 }
 
 URL URL::appendingPathComponent(std::string_view component) const
@@ -315,9 +312,11 @@ URL URL::appendingPathExtension(std::string_view extension) const
 URL URL::deletingPathExtension() const
 {
     const std::string_view segment = lastSegment(Parts(text_).path);
-    const std::size_t stop = extensionStop(decoded(segment));
-    if (stop == text_.npos)
+    const std::string name = decoded(segment);
+    const std::string_view extension = fileNameExtension(name);
+    if (extension.empty())
         return *this;
+    const std::size_t stop = name.size() - extension.size() - 1;
     std::size_t cut = 0;
     for (std::size_t byte = 0; byte < stop; ++byte)
         cut += segment[cut] == '%' ? 3U : 1U;

@@ -13,6 +13,10 @@
 
 namespace corvane {
 
+/// The extension of a file's name (bytes, nothing percent-encoded): what follows its last full stop; empty
+/// when there is none, when the full stop leads the name or when it ends it. Looks into `name`. Thread-safe.
+CORVANE_API std::string_view fileNameExtension(std::string_view name) noexcept;
+
 /// A uniform resource locator, as a value over its text; most are file URLs.
 ///
 ///     URL folder = URL::fromPath("/home/ana/Pictures");
