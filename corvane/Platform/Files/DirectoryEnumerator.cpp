@@ -19,7 +19,7 @@ namespace corvane {
 
 namespace {
 
-constexpr std::size_t bufferSize = 32 * 1024;
+constexpr std::size_t bufferSize = std::size_t{32} * 1024;
 constexpr std::size_t mostOpenLevels = 48;
 constexpr int openFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
