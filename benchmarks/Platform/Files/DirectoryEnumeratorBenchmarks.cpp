@@ -91,9 +91,10 @@ void walk(benchmark::State& state)
 
 void walkStandard(benchmark::State& state)
 {
+    const std::string& root = tree();
     for (auto _ : state) {
         std::size_t found = 0, letters = 0;
-        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(tree())) {
+        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
             found += entry.is_regular_file() ? 1U : 0U;
             letters += entry.path().native().size();
         }
@@ -105,9 +106,10 @@ void walkStandard(benchmark::State& state)
 void iterate(benchmark::State& state, const std::optional<std::vector<UTIType>>& allowedTypes,
              std::size_t expected)
 {
+    const URL root = URL::fromPath(tree());
     for (auto _ : state) {
         std::size_t found = 0;
-        FilesIterator iterator({URL::fromPath(tree())});
+        FilesIterator iterator({root});
         iterator.skipSubdirectoryDescendants = false;
         iterator.allowedTypes = allowedTypes;
         for (const URL& url : iterator) {
