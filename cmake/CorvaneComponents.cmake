@@ -106,6 +106,9 @@ corvane_wanted(Core
             Numbers Geometry AudioVisual
     ALSO ${plane_records}
     EXCEPT Collections/FinderOrder AppSupport/ReviewRequestMaker
+    PRIVATE Platform/Dispatch/Futex Platform/Dispatch/LoopCore Platform/Dispatch/QueueCore
+            Platform/Dispatch/ReadSection Platform/Dispatch/Task
+            Platform/Dispatch/TimerThread Platform/Dispatch/WorkerPool
     SYSTEM Threads::Threads
     MODULES EXPAT=expat URIPARSER=liburiparser)
 corvane_wanted(Text

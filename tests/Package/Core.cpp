@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <corvane/Platform/Base/CheckedArithmetic.h>
-#include <corvane/Platform/Base/Number.h>
+#include <corvane/Platform/Base/Bundle.h>
+#include <corvane/Platform/Dispatch/DispatchQueue.h>
 
 int main()
 {
-    const corvane::Number number(corvane::Int{41});
-    return number.intValue() == 41 ? 0 : 1;
+    using namespace corvane;
+    int value = 0;
+    const DispatchQueue queue("consumer");
+    queue.async([&value] { value = 42; });
+    const bool isInOrder = queue.sync([&value] { return value == 42; });
+    return isInOrder && Bundle::library().bundleIdentifier() == "org.corvane.Corvane" ? 0 : 1;
 }
