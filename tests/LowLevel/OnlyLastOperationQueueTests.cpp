@@ -151,5 +151,18 @@ TEST_F(OnlyLastOperationQueueBurstTests, ASubmissionOfEachThreadIsOneStep)
     EXPECT_EQ(ran, 1); // of 16,000: had two been left queued, both would have run
 }
 
+TEST_F(OnlyLastOperationQueueBurstTests, DroppedJobsAreFreedAtOnce)
+{
+    start();
+    const auto held = std::make_shared<int>();
+    long most = 0;
+    for (int n = 0; n < 100'000; ++n) {
+        queue_.addOperation([held] {}, [] {}, [] {});
+        most = std::max(most, held.use_count());
+    }
+    EXPECT_EQ(most, 2); // this one and the newest job's
+    finish();
+}
+
 } // namespace
 } // namespace corvane
