@@ -16,7 +16,6 @@ namespace {
 using namespace corvane;
 
 const NotificationName name("NotificationCenterBenchmarks");
-long calls = 0;
 
 void post(benchmark::State& state, int observers)
 {
@@ -24,7 +23,7 @@ void post(benchmark::State& state, int observers)
     std::vector<std::shared_ptr<NotificationObserver>> tokens;
     for (int i = 0; i < observers; ++i)
         tokens.push_back(
-            center.addObserver(name, [](const Notification&) { benchmark::DoNotOptimize(++calls); }));
+            center.addObserver(name, [](const Notification& note) { benchmark::DoNotOptimize(&note); }));
     int sender = 0;
     for (auto _ : state)
         NotificationCenter::defaultCenter().post(name, &sender);
@@ -47,7 +46,7 @@ void signal(benchmark::State& state, int observers)
     Sender sender;
     for (int i = 0; i < observers; ++i)
         QObject::connect(
-            &sender, &Sender::ping, &sender, [](const void*) { benchmark::DoNotOptimize(++calls); },
+            &sender, &Sender::ping, &sender, [](const void* sender) { benchmark::DoNotOptimize(sender); },
             Qt::DirectConnection);
     for (auto _ : state)
         emit sender.ping(&sender);

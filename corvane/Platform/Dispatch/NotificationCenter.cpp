@@ -32,6 +32,8 @@ struct NotificationNode : detail::Retired {
     NotificationNode* previous = nullptr;
     std::uint64_t serial = 0;
     const void* sender = nullptr;
+    // What a post calls itself: null once removed, and with an executor, which is not the quick way anyhow.
+    std::atomic<const NotificationCenter::Handler*> direct{nullptr};
     std::shared_ptr<Observation> observation;
     NotificationRecord* record = nullptr;
     std::shared_ptr<NotificationObserver> token; // the centre's reference; gone as soon as it is removed
@@ -71,6 +73,7 @@ struct NotificationRecord {
         (node->previous ? node->previous->next : first).store(next, std::memory_order_release);
         (next ? next->previous : last) = node->previous;
         observerCount->fetch_sub(1, std::memory_order_relaxed);
+        node->direct.store(nullptr, std::memory_order_release);
         node->observation->isRemoved.store(true, std::memory_order_release);
         node->token->node = nullptr;
         return std::move(node->token);
@@ -127,7 +130,10 @@ NotificationCenter::addObserver(NotificationName name, const void* sender, Execu
     node->sender = sender;
     node->observation = std::make_shared<Observation>();
     node->observation->handler = std::move(handler);
-    node->observation->executor = std::move(executor);
+    if (executor)
+        node->observation->executor = std::move(executor);
+    else
+        node->direct = &node->observation->handler;
     auto token = std::make_shared<NotificationObserver>(NotificationObserver{node.get()});
     node->token = token;
     auto spare = std::make_unique<NotificationRecord>();
@@ -167,28 +173,35 @@ void NotificationCenter::removeObserver(const std::shared_ptr<NotificationObserv
     detail::ReadSection::release(std::move(node));
 }
 
-void NotificationCenter::deliver(NotificationName name, NotificationSender sender,
-                                 std::shared_ptr<const UserInfo> info) const
+namespace {
+
+// Whether it was removed is asked again when its turn comes.
+[[gnu::noinline]] void deliverLater(const std::shared_ptr<Observation>& observation, const Notification& note)
 {
-    const NotificationRecord* const observed = record(name);
+    if (!observation->isRemoved.load(std::memory_order_acquire))
+        observation->executor([observation, note] {
+            if (!observation->isRemoved.load(std::memory_order_acquire))
+                observation->handler(note);
+        });
+}
+
+} // namespace
+
+void NotificationCenter::deliver(const Notification& note) const
+{
+    const NotificationRecord* const observed = record(note.name());
     if (!observed)
         return;
     const detail::ReadSection section;
     const std::uint64_t newest = observed->newestSerial.load(std::memory_order_acquire);
-    const Notification note(name, sender, std::move(info));
     for (const NotificationNode* node = observed->first.load(std::memory_order_acquire);
          node && node->serial <= newest; node = node->next.load(std::memory_order_acquire)) {
-        Observation& observation = *node->observation;
-        if ((node->sender && node->sender != sender.object) ||
-            observation.isRemoved.load(std::memory_order_acquire))
+        if (node->sender && node->sender != note.sender())
             continue;
-        if (!observation.executor) [[likely]]
-            observation.handler(note);
-        else
-            observation.executor([kept = node->observation, note] {
-                if (!kept->isRemoved.load(std::memory_order_acquire))
-                    kept->handler(note);
-            });
+        if (const Handler* handler = node->direct.load(std::memory_order_acquire)) [[likely]]
+            (*handler)(note);
+        else if (node->observation->executor)
+            deliverLater(node->observation, note);
     }
 }
 

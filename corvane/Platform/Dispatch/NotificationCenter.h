@@ -79,12 +79,12 @@ public:
     void post(NotificationName name, NotificationSender sender = {}) const
     {
         if (isObserved(name)) [[unlikely]]
-            deliver(name, sender, nullptr);
+            deliver(Notification(name, sender));
     }
     void post(NotificationName name, NotificationSender sender, UserInfo info) const
     {
         if (isObserved(name)) [[unlikely]]
-            deliver(name, sender, std::make_shared<const UserInfo>(std::move(info)));
+            deliver(Notification(name, sender, std::make_shared<const UserInfo>(std::move(info))));
     }
     /// Calls `makeInfo` for the user information only when the name is observed.
     template <std::invocable F>
@@ -92,7 +92,8 @@ public:
     void post(NotificationName name, NotificationSender sender, F&& makeInfo) const
     {
         if (isObserved(name)) [[unlikely]]
-            deliver(name, sender, std::make_shared<const UserInfo>(std::forward<F>(makeInfo)()));
+            deliver(
+                Notification(name, sender, std::make_shared<const UserInfo>(std::forward<F>(makeInfo)())));
     }
 
 private:
@@ -107,8 +108,7 @@ private:
     std::shared_ptr<NotificationObserver> addObserver(NotificationName name, const void* sender,
                                                       Executor executor, Handler handler);
     NotificationRecord* record(NotificationName name) const noexcept;
-    void deliver(NotificationName name, NotificationSender sender,
-                 std::shared_ptr<const UserInfo> info) const;
+    void deliver(const Notification& note) const;
 
     NotificationRecord* records_ = nullptr; // one for each name that was ever observed here
 
