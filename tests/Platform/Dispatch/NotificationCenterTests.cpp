@@ -212,6 +212,31 @@ TEST_F(NotificationCenterTests, CentresAreSeparateAndEndWithTheirObservers)
     EXPECT_THAT(calls, ElementsAre("here", "successor"));
 }
 
+TEST_F(NotificationCenterTests, AnObserverWithAQueueIsCalledThereUnlessItIsRemovedFirst)
+{
+    const OperationQueue queue;
+    queue.setMaxConcurrentOperationCount(0); // nothing starts yet
+    std::thread::id thread;
+    std::atomic<int> keptCalls{0};
+    std::atomic<int> removedCalls{0};
+    int sender = 0;
+    center.addObserver(ping, &sender, queue, [&](const Notification& note) {
+        thread = std::this_thread::get_id();
+        keptCalls += *note.value<int>("key");
+    });
+    const auto removed =
+        center.addObserver(ping, nullptr, queue, [&](const Notification&) { ++removedCalls; });
+    center.post(ping, &sender, {{"key", 5}});
+    center.post(ping, nullptr, {{"key", 7}});
+    center.removeObserver(removed);
+    EXPECT_EQ(keptCalls, 0);
+    queue.setMaxConcurrentOperationCount(1);
+    queue.waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(keptCalls, 5);
+    EXPECT_EQ(removedCalls, 0);
+    EXPECT_NE(thread, std::this_thread::get_id());
+}
+
 TEST_F(NotificationCenterTests, TheDefaultCentreIsOne)
 {
     EXPECT_EQ(&NotificationCenter::defaultCenter(), &NotificationCenter::defaultCenter());
