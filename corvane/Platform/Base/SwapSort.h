@@ -6,6 +6,7 @@
 #include <span>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace corvane::detail {
 
@@ -186,6 +187,42 @@ template <typename T, typename Less>
 void swapSort(std::span<T> items, std::span<std::size_t> tags, Less&& less)
 {
     SwapSort<T, std::remove_reference_t<Less>, Tags>(items, less, Tags{tags.data()});
+}
+
+/// Undoes a permutation in place: the element at `i` goes to `position(i)`.
+template <typename T, typename Position>
+void scatter(std::span<T> items, Position&& position)
+{
+    std::vector<bool> done(items.size());
+    for (std::size_t start = 0; start < items.size(); ++start) {
+        if (done[start] || position(start) == start)
+            continue;
+        T moving = std::move(items[start]);
+        for (std::size_t i = position(start); i != start; i = position(i)) {
+            std::swap(moving, items[i]);
+            done[i] = true;
+        }
+        items[start] = std::move(moving);
+    }
+}
+
+/// Does a permutation in place: the element at `position(i)` goes to `i`.
+template <typename T, typename Position>
+void gather(std::span<T> items, Position&& position)
+{
+    std::vector<bool> done(items.size());
+    for (std::size_t start = 0; start < items.size(); ++start) {
+        if (done[start] || position(start) == start)
+            continue;
+        T first = std::move(items[start]);
+        std::size_t to = start;
+        for (std::size_t from = position(to); from != start; to = from, from = position(to)) {
+            items[to] = std::move(items[from]);
+            done[to] = true;
+        }
+        items[to] = std::move(first);
+        done[to] = true;
+    }
 }
 
 } // namespace corvane::detail
