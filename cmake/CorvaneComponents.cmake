@@ -127,6 +127,7 @@ corvane_wanted(App
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics
     FOLDERS Platform/Graphics GraphicsUtilities CoreGraphics CoreAnimation
+    EXCEPT ${plane_records}
     PRIVATE Platform/Graphics/ByteSource Platform/Graphics/ColourMatch Platform/Graphics/Exif
             Platform/Graphics/ImageCodec Platform/Graphics/RasterBuilder
     USES Core Files

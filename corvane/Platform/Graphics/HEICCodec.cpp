@@ -7,6 +7,7 @@
 #include <libheif/heif.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -51,22 +52,16 @@ struct ReleaseOptions {
 
 class HEICDecoder final : public ImageDecoder {
 public:
-    explicit HEICDecoder(ByteSource bytes) : bytes_(std::move(bytes))
-    {
-        holdLibrary();
-        context_.reset(heif_context_alloc());
-        if (!context_)
-            return;
-        // Decoding stays on the calling thread: those who want more cores decode several files.
-        heif_context_set_max_decoding_threads(context_.get(), 0);
-        isOpen_ = succeeded(heif_context_read_from_reader(context_.get(), &reader(), this, nullptr));
-    }
+    explicit HEICDecoder(ByteSource bytes) : bytes_(std::move(bytes)) { holdLibrary(); }
 
-    Int count() override { return isOpen_ ? heif_context_get_number_of_top_level_images(context_.get()) : 0; }
+    Int count() override
+    {
+        return read(Wanted::headers) ? heif_context_get_number_of_top_level_images(context_.get()) : 0;
+    }
 
     std::optional<ImageHeader> header(Int index) override
     {
-        const Handle handle = open(index);
+        const Handle handle = read(Wanted::headers) ? open(index) : nullptr;
         if (!handle)
             return std::nullopt;
         return describe(handle.get());
@@ -74,7 +69,7 @@ public:
 
     std::optional<CGImage> decode(Int index, const DecodeRequest& request) override
     {
-        const Handle handle = open(index);
+        const Handle handle = read(Wanted::pixels) ? open(index) : nullptr;
         if (!handle)
             return std::nullopt;
         const ImageHeader header = describe(handle.get());
@@ -115,23 +110,61 @@ public:
     }
 
 private:
+    enum class Wanted { nothing, headers, pixels };
+
+    bool read(Wanted wanted)
+    {
+        if (has_ < wanted) {
+            has_ = wanted;
+            position_ = 0;
+            context_.reset(heif_context_alloc());
+            if (!context_)
+                return false;
+            // Decoding stays on the calling thread: those who want more cores decode several files.
+            heif_context_set_max_decoding_threads(context_.get(), 0);
+            isOpen_ = succeeded(heif_context_read_from_reader(context_.get(), &reader(), this, nullptr));
+        }
+        return isOpen_;
+    }
+
+    bool readBytes(std::span<std::byte> into)
+    {
+        // libheif loads the coded picture along with the headers. Who asks for the headers alone does not wait
+        // for that: a block of this size is no header, and stays as zeros.
+        constexpr std::size_t largestHeader = 256 * 1024;
+        if (position_ > bytes_.size() || into.size() > bytes_.size() - position_)
+            return false;
+        if (has_ == Wanted::pixels || into.size() <= largestHeader) {
+            if (into.size() > window_.size()) {
+                if (bytes_.read(position_, into) != into.size())
+                    return false;
+            } else { // many reads of a few bytes become few
+                if (position_ < windowStart_ || position_ + into.size() > windowStart_ + windowSize_) {
+                    windowStart_ = position_;
+                    windowSize_ = bytes_.read(position_, window_);
+                    if (windowSize_ < into.size())
+                        return false;
+                }
+                std::memcpy(into.data(), window_.data() + (position_ - windowStart_), into.size());
+            }
+        }
+        position_ += into.size();
+        return true;
+    }
+
     static const heif_reader& reader()
     {
         static const heif_reader functions = [] {
             heif_reader made{};
             made.reader_api_version = 1;
-            made.get_position = [](void* user) { return static_cast<std::int64_t>(self(user)->offset_); };
+            made.get_position = [](void* user) { return static_cast<std::int64_t>(self(user)->position_); };
             made.read = [](void* into, std::size_t count, void* user) {
-                HEICDecoder* decoder = self(user);
-                const std::span<std::byte> room(static_cast<std::byte*>(into), count);
-                const std::size_t got = decoder->bytes_.read(decoder->offset_, room);
-                decoder->offset_ += got;
-                return got == count ? 0 : 1;
+                return self(user)->readBytes({static_cast<std::byte*>(into), count}) ? 0 : 1;
             };
             made.seek = [](std::int64_t position, void* user) {
                 if (position < 0 || static_cast<std::uint64_t>(position) > self(user)->bytes_.size())
                     return 1;
-                self(user)->offset_ = static_cast<std::uint64_t>(position);
+                self(user)->position_ = static_cast<std::uint64_t>(position);
                 return 0;
             };
             made.wait_for_file_size = [](std::int64_t size, void* user) {
@@ -148,7 +181,7 @@ private:
     // The primary picture is the first, the others follow as the file lists them.
     Handle open(Int index)
     {
-        const Int all = count();
+        const Int all = heif_context_get_number_of_top_level_images(context_.get());
         if (index < 0 || index >= all)
             return nullptr;
         heif_image_handle* handle = nullptr;
@@ -208,9 +241,13 @@ private:
     }
 
     ByteSource bytes_;
-    std::uint64_t offset_ = 0;
     Context context_;
+    Wanted has_ = Wanted::nothing;
     bool isOpen_ = false;
+    std::uint64_t position_ = 0;
+    std::array<std::byte, 4096> window_;
+    std::uint64_t windowStart_ = 0;
+    std::size_t windowSize_ = 0;
 };
 
 class HEICEncoder final : public ImageEncoder {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #if defined(__GNUC__) && !defined(__clang__)
 // The loops over samples are worth vector instructions in every build type; clang uses them at -O2 by itself.
@@ -15,11 +16,6 @@ namespace corvane::images {
 namespace {
 
 constexpr Int mostRowsInSums = 256; // 256 * 255 is the most that 16 bits hold
-
-Int blockOf(Int from, Int to)
-{
-    return std::clamp<Int>(from / (2 * to), 1, mostRowsInSums);
-}
 
 void addSamples(std::uint16_t* sums, const std::uint8_t* samples, std::size_t count)
 {
@@ -43,21 +39,6 @@ void multiplyByAlpha(std::uint8_t* row, Int pixels)
             const unsigned product = row[i * samples + c] * alpha + 128;
             row[i * samples + c] = static_cast<std::uint8_t>((product + (product >> 8)) >> 8);
         }
-    }
-}
-
-template <Int samples>
-void averageBlocks(const std::uint16_t* sums, float* averages, Int width, Int blockWidth, Int rows)
-{
-    for (Int x = 0; x < width; x += blockWidth, averages += samples) {
-        const Int end = std::min(x + blockWidth, width);
-        std::uint32_t total[static_cast<std::size_t>(samples)] = {};
-        for (Int i = x; i < end; ++i)
-            for (Int c = 0; c < samples; ++c)
-                total[c] += sums[i * samples + c];
-        const float scale = 1.0f / static_cast<float>((end - x) * rows);
-        for (Int c = 0; c < samples; ++c)
-            averages[c] = static_cast<float>(total[c]) * scale;
     }
 }
 
@@ -89,30 +70,28 @@ RasterBuilder::RasterBuilder(Layout layout, PixelSize from, PixelSize to, DataVi
     scratch_.resize(rowSize);
     if (!reduces_)
         return;
-    blockWidth_ = blockOf(from.width, to.width);
-    blockHeight_ = blockOf(from.height, to.height);
-    blocks_ = (from.width + blockWidth_ - 1) / blockWidth_;
     sums_.resize(rowSize);
-    band_.resize(static_cast<std::size_t>(blocks_ * samples));
     reduced_.resize(static_cast<std::size_t>(to.width * samples));
     accumulated_.resize(reduced_.size());
-
     const double step = static_cast<double>(from.width) / static_cast<double>(to.width);
     for (Int x = 0; x < to.width; ++x) {
         const double left = step * static_cast<double>(x);
         const double right = std::min(step * static_cast<double>(x + 1), static_cast<double>(from.width));
-        Share share{static_cast<Int>(left) / blockWidth_, 0, weights_.size()};
-        for (Int block = share.first; block < blocks_; ++block) {
-            const double start = static_cast<double>(block * blockWidth_);
-            const double end = static_cast<double>(std::min((block + 1) * blockWidth_, from.width));
-            const double shared = std::min(end, right) - std::max(start, left);
-            if (shared <= 0)
-                break;
-            weights_.push_back(static_cast<float>(shared / step));
-            ++share.count;
-        }
-        shares_.push_back(share);
+        const auto first = static_cast<Int>(left);
+        const Int last = std::max(first, static_cast<Int>(std::ceil(right)) - 1);
+        const double ofFirst = std::min(right, static_cast<double>(first + 1)) - left;
+        const double ofLast = last == first ? 0 : right - static_cast<double>(last);
+        shares_.push_back({first, last, static_cast<float>(ofFirst), static_cast<float>(ofLast)});
     }
+    beginBand();
+}
+
+void RasterBuilder::beginBand()
+{
+    const double step = static_cast<double>(from_.height) / static_cast<double>(to_.height);
+    const auto whole = static_cast<Int>(step * static_cast<double>(resultRow_ + 1));
+    bandStart_ = rowsDone_;
+    bandEnd_ = std::min({std::max(whole, bandStart_ + 1), bandStart_ + mostRowsInSums, from_.height});
 }
 
 std::uint8_t* RasterBuilder::row()
@@ -136,35 +115,46 @@ void RasterBuilder::commit()
         multiplyByAlpha<1>(scratch_.data(), from_.width);
     addSamples(sums_.data(), scratch_.data(), sums_.size());
     ++rowsDone_;
-    if (rowsDone_ - bandStart_ == blockHeight_ || rowsDone_ == from_.height)
+    if (rowsDone_ == bandEnd_)
         addBand();
 }
 
 void RasterBuilder::addBand()
 {
-    const Int rows = rowsDone_ - bandStart_;
-    const Int samples = samplesPerPixel(layout_);
-    const auto average = samples == 1   ? averageBlocks<1>
-                         : samples == 2 ? averageBlocks<2>
-                         : samples == 3 ? averageBlocks<3>
-                                        : averageBlocks<4>;
-    average(sums_.data(), band_.data(), from_.width, blockWidth_, rows);
-    std::fill(sums_.begin(), sums_.end(), std::uint16_t{0});
-
-    float* out = reduced_.data();
-    for (const Share& share : shares_) {
-        float total[4] = {};
-        for (Int i = 0; i < share.count; ++i) {
-            const float weight = weights_[share.weights + static_cast<std::size_t>(i)];
-            const float* block = band_.data() + (share.first + i) * samples;
+    const double step = static_cast<double>(from_.width) / static_cast<double>(to_.width);
+    const auto scale = static_cast<float>(1 / (step * static_cast<double>(rowsDone_ - bandStart_)));
+    const auto reduce = [&]<Int samples>(std::integral_constant<Int, samples>) {
+        float* out = reduced_.data();
+        for (const Share& share : shares_) {
+            const std::uint16_t* first = sums_.data() + share.first * samples;
+            const std::uint16_t* last = sums_.data() + share.last * samples;
+            std::uint32_t between[static_cast<std::size_t>(samples)] = {};
+            for (const std::uint16_t* column = first + samples; column < last; column += samples)
+                for (Int c = 0; c < samples; ++c)
+                    between[c] += column[c];
             for (Int c = 0; c < samples; ++c)
-                total[c] += weight * block[c];
+                *out++ =
+                    (static_cast<float>(between[c]) + share.ofFirst * first[c] + share.ofLast * last[c]) *
+                    scale;
         }
-        for (Int c = 0; c < samples; ++c)
-            *out++ = total[c];
+    };
+    switch (samplesPerPixel(layout_)) {
+    case 1:
+        reduce(std::integral_constant<Int, 1>());
+        break;
+    case 2:
+        reduce(std::integral_constant<Int, 2>());
+        break;
+    case 3:
+        reduce(std::integral_constant<Int, 3>());
+        break;
+    default:
+        reduce(std::integral_constant<Int, 4>());
+        break;
     }
+    std::fill(sums_.begin(), sums_.end(), std::uint16_t{0});
     addReducedRow(static_cast<double>(bandStart_), static_cast<double>(rowsDone_));
-    bandStart_ = rowsDone_;
+    beginBand();
 }
 
 // The band covers the rows `from` to `to` of the source; a band may end one row of the result and begin the

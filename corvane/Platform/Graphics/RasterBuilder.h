@@ -46,11 +46,12 @@ private:
     void addReducedRow(double from, double to);
     void emit();
 
-    // Which columns of the band go into a column of the result, and how much of each.
+    void beginBand();
+
+    // The columns of the source that go into a column of the result: whole but for the first and the last.
     struct Share {
-        Int first;
-        Int count;
-        std::size_t weights;
+        Int first, last;
+        float ofFirst, ofLast;
     };
 
     Layout layout_;
@@ -62,16 +63,13 @@ private:
     bool reduces_;
     std::vector<std::uint8_t> scratch_; // one row as it comes
 
-    // The first step sums blocks of whole pixels; the second weighs the blocks by the area they share.
-    Int blockWidth_ = 1;
-    Int blockHeight_ = 1;
-    Int blocks_ = 0; // in a row
+    // Rows that go into the same row of the result are first summed as they are, which costs next to nothing; a row
+    // that two of them share is a band of its own.
     Int bandStart_ = 0;
-    std::vector<std::uint16_t> sums_; // of the band's rows, one a sample
-    std::vector<float> band_;         // averages, one a sample of each block
+    Int bandEnd_ = 0;
+    std::vector<std::uint16_t> sums_; // one a sample
     std::vector<Share> shares_;
-    std::vector<float> weights_;
-    std::vector<float> reduced_;     // the band at the width of the result
+    std::vector<float> reduced_;     // the band's average at the width of the result
     std::vector<float> accumulated_; // the row of the result in the making
     Int resultRow_ = 0;
 };

@@ -62,7 +62,15 @@ private:
             },
             this);
         TIFFOpenOptionsSetWarningHandlerExtR(
-            options, [](TIFF*, void*, const char*, const char*, va_list) -> int { return 1; }, nullptr);
+            options,
+            [](TIFF*, void* user, const char*, const char* format, va_list) -> int {
+                // Tags that nobody knows are common and harmless. One that the file is too short for is ignored by
+                // libtiff as well, which would show a picture without its palette.
+                if (std::strstr(format, "IO error") != nullptr)
+                    static_cast<File*>(user)->failed_ = true;
+                return 1;
+            },
+            this);
         // No mapping ("m"): a file that is cut short while it is read must not end the process.
         tiff_ = TIFFClientOpenExt(
             "", isWriting_ ? mode : "rm", this,

@@ -7,7 +7,8 @@
 
 namespace corvane {
 
-TEST(CGAffineTransform, OrderOfSteps) {
+TEST(CGAffineTransform, OrderOfSteps)
+{
     constexpr auto move = CGAffineTransform::translation(10, 0);
     constexpr auto grow = CGAffineTransform::scale(2, 3);
     static_assert(move.concatenating(grow).apply(CGPoint{1, 1}) == CGPoint{22, 3});
@@ -17,7 +18,8 @@ TEST(CGAffineTransform, OrderOfSteps) {
     static_assert(move.apply(CGSize{1, 1}) == CGSize{1, 1});
 }
 
-TEST(CGAffineTransform, RotationIsCounterclockwiseWithYUp) {
+TEST(CGAffineTransform, RotationIsCounterclockwiseWithYUp)
+{
     const auto quarter = CGAffineTransform::rotation(std::numbers::pi / 2);
     const CGPoint turned = quarter.apply(CGPoint{1, 0});
     EXPECT_NEAR(turned.x, 0, 1e-15);
@@ -29,7 +31,8 @@ TEST(CGAffineTransform, RotationIsCounterclockwiseWithYUp) {
     EXPECT_TRUE(quarter.apply(CGRect::null).isNull());
 }
 
-TEST(CGAffineTransform, Inverse) {
+TEST(CGAffineTransform, Inverse)
+{
     constexpr CGAffineTransform map{2, 1, -1, 3, 5, -7};
     constexpr CGAffineTransform back = map.concatenating(map.inverted());
     EXPECT_NEAR(back.a, 1, 1e-15);
@@ -43,4 +46,4 @@ TEST(CGAffineTransform, Inverse) {
     static_assert(CGAffineTransform::identity.isIdentity() && !map.isIdentity());
 }
 
-}  // namespace corvane
+} // namespace corvane

@@ -5,7 +5,8 @@
 
 namespace corvane {
 
-TEST(CGRect, EdgesOfNegativeSizes) {
+TEST(CGRect, EdgesOfNegativeSizes)
+{
     constexpr CGRect rect = CGRect::make(10, 20, -4, -6);
     static_assert(rect.minX() == 6 && rect.midX() == 8 && rect.maxX() == 10 && rect.width() == 4);
     static_assert(rect.minY() == 14 && rect.midY() == 17 && rect.maxY() == 20 && rect.height() == 6);
@@ -14,7 +15,8 @@ TEST(CGRect, EdgesOfNegativeSizes) {
     EXPECT_EQ(rect.offsetBy(1, -1), CGRect::make(7, 13, 4, 6));
 }
 
-TEST(CGRect, SetOperations) {
+TEST(CGRect, SetOperations)
+{
     constexpr CGRect a = CGRect::make(0, 0, 10, 10);
     const struct {
         CGRect other, intersection, union_;
@@ -35,7 +37,8 @@ TEST(CGRect, SetOperations) {
     }
 }
 
-TEST(CGRect, PointsOnEdges) {
+TEST(CGRect, PointsOnEdges)
+{
     constexpr CGRect rect = CGRect::make(0, 0, 10, 20);
     EXPECT_TRUE(rect.contains(CGPoint{0, 0}));
     EXPECT_FALSE(rect.contains(CGPoint{10, 5}));
@@ -44,7 +47,8 @@ TEST(CGRect, PointsOnEdges) {
     EXPECT_FALSE(CGRect::make(3, 3, 0, 5).contains(CGPoint{3, 3}));
 }
 
-TEST(CGRect, EmptyNullInsetAndIntegral) {
+TEST(CGRect, EmptyNullInsetAndIntegral)
+{
     constexpr CGRect rect = CGRect::make(-1.5, 0.25, 4, 2.5);
     EXPECT_EQ(rect.integral(), CGRect::make(-2, 0, 5, 3));
     EXPECT_EQ(rect.insetBy(1, 1), CGRect::make(-0.5, 1.25, 2, 0.5));
@@ -56,4 +60,4 @@ TEST(CGRect, EmptyNullInsetAndIntegral) {
     EXPECT_TRUE(CGRect::null.isEmpty());
 }
 
-}  // namespace corvane
+} // namespace corvane
