@@ -114,7 +114,7 @@ NotificationCenter::~NotificationCenter()
         detail::ReadSection::release(std::move(node));
 }
 
-NotificationRecord* NotificationCenter::record(NotificationName name) const noexcept
+inline NotificationRecord* NotificationCenter::record(NotificationName name) const noexcept
 {
     NotificationRecord* record = name.interned_->records.load(std::memory_order_acquire);
     while (record && record->center.load(std::memory_order_relaxed) != this)
