@@ -120,7 +120,7 @@ struct NotificationCenter::Immortal {
         NotificationCenter center;
     };
     constexpr Immortal() noexcept : center() {}
-    constexpr ~Immortal() {} // the centre is not destroyed
+    ~Immortal() {} // the centre is not destroyed
 };
 
 inline NotificationCenter& NotificationCenter::defaultCenter() noexcept
