@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <corvane/Platform/Dispatch/DispatchQueue.h>
 #include <corvane/Platform/Dispatch/DispatchSemaphore.h>
 #include <corvane/Platform/Dispatch/Task.h>
 #include <corvane/Platform/Dispatch/WorkerPool.h>
@@ -218,8 +219,8 @@ WorkerPool::Orders WorkerPool::engageOne()
         orders.start = true;
         ++threads_;
         ++active_;
-    } else if (!announced_) {
-        orders.announce = announced_ = true;
+    } else {
+        orders.announce = isAnnouncementDue();
     }
     return orders;
 }
@@ -263,11 +264,20 @@ void WorkerPool::startWorker()
         const MutexLock lock(mutex_);
         --threads_;
         --active_;
-        announce = !std::exchange(announced_, true);
+        announce = isAnnouncementDue();
         wakeMonitor(); // which tries again
     }
     if (announce)
         announceStandstill();
+}
+
+bool WorkerPool::isAnnouncementDue()
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (announced_ != std::chrono::steady_clock::time_point{} && now - announced_ < std::chrono::seconds(10))
+        return false;
+    announced_ = now;
+    return true;
 }
 
 void WorkerPool::announceStandstill() noexcept
@@ -275,7 +285,7 @@ void WorkerPool::announceStandstill() noexcept
     const std::string text =
         "Corvane: every thread of the dispatch pool is blocked and no more can be started; "
         "further blocks wait until one becomes free.\n" +
-        report();
+        DispatchQueue::report();
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
 }
 
@@ -346,7 +356,6 @@ void WorkerPool::workerMain(Worker& worker)
         worker.state = Worker::State::parked;
         worker.wake.store(0, std::memory_order_relaxed);
         parked_.push_back(&worker);
-        announced_ = false;
         lock.unlock();
         const std::chrono::nanoseconds patience = idleTime;
         if (worker.wake.load(std::memory_order_acquire) == 0)

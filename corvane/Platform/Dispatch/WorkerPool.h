@@ -119,6 +119,7 @@ private:
     Orders engageOne() CORVANE_REQUIRES(mutex_);
     void carryOut(const Orders& orders);
     void startWorker();
+    bool isAnnouncementDue() CORVANE_REQUIRES(mutex_);
     void announceStandstill() noexcept;
     Runnable* popReady() CORVANE_REQUIRES(mutex_);
     void search() const noexcept;
@@ -148,7 +149,7 @@ private:
     bool monitorRuns_ CORVANE_GUARDED_BY(mutex_) = false;
     int allowance_ CORVANE_GUARDED_BY(mutex_) =
         0; // active workers beyond `target_` while all others are blocked
-    bool announced_ CORVANE_GUARDED_BY(mutex_) = false;
+    std::chrono::steady_clock::time_point announced_ CORVANE_GUARDED_BY(mutex_){};
     bool stopping_ CORVANE_GUARDED_BY(mutex_) = false;
 
     alignas(64) std::atomic<int> readyCount_{0};
