@@ -91,10 +91,11 @@ TEST(DispatchSemaphoreTests, NoSignalIsLostAmongTimedAndUntimedWaits)
             std::this_thread::yield();
     }
     isOver = true;
+    for (std::size_t timed = 1; timed < threads.size(); ++timed)
+        threads[timed].join();
     ++given;
-    semaphore.signal(); // for the untimed one
-    for (std::thread& thread : threads)
-        thread.join();
+    semaphore.signal(); // nobody else can take this one from the untimed waiter
+    threads[0].join();
     while (semaphore.wait(TimeInterval(0)))
         ++taken;
     EXPECT_EQ(taken, given);
