@@ -86,6 +86,13 @@ bool DispatchSemaphore::wait(TimeInterval timeout) const
     }
 }
 
+// A static handle may go at exit while blocks that still run use it: then the core stays.
+void DispatchSemaphore::destroy() const noexcept
+{
+    if (!WorkerPool::isProcessExiting())
+        delete core_;
+}
+
 void DispatchSemaphore::wakeOne() const
 {
     // The waiter that takes the permit may destroy the handle this was called on before the wake-up is sent.

@@ -69,7 +69,7 @@ public:
     ~DispatchSemaphore()
     {
         if (core_->references.fetch_sub(1, std::memory_order_acq_rel) == 1)
-            delete core_;
+            destroy();
     }
 
     friend bool operator==(const DispatchSemaphore&, const DispatchSemaphore&) noexcept = default;
@@ -77,6 +77,7 @@ public:
 private:
     void waitSlow() const;
     void wakeOne() const;
+    void destroy() const noexcept;
 
     detail::SemaphoreCore* core_;
 };

@@ -357,7 +357,9 @@ void QueueGate::leaveExclusiveSlow() noexcept
 
 void QueueGate::destroy() noexcept
 {
-    delete &QueueCore::of(*this);
+    // A static handle may go at exit while a block is inside: then the queue stays.
+    if (!WorkerPool::isProcessExiting())
+        delete &QueueCore::of(*this);
 }
 
 void QueueGate::hop(void (*call)(void*), void* context)

@@ -565,6 +565,11 @@ void WorkerPool::stopAtExit()
         all()[band].setStopping(true);
 }
 
+bool WorkerPool::isProcessExiting() noexcept
+{
+    return exitingThread.load(std::memory_order_relaxed) != 0;
+}
+
 void WorkerPool::resumeIfThisThreadExits() noexcept
 {
     if (exitingThread.load(std::memory_order_relaxed) == 0 || exitingThread.load() != gettid() ||

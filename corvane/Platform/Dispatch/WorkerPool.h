@@ -98,6 +98,7 @@ public:
     }
     /// At exit no further block starts, unless the thread that ends the process waits for one.
     static void resumeIfThisThreadExits() noexcept;
+    static bool isProcessExiting() noexcept;
 
 private:
     static constexpr std::uint32_t monitorAbsent = 0;

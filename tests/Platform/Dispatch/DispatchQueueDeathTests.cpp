@@ -72,7 +72,8 @@ TEST(DispatchQueueDeathTests, AProcessExitsAtOnceAndCleanlyWithEverythingBusy)
         static const DispatchQueue wide("wide", DispatchQoS::utility, concurrent);
         static const OperationQueue operations;
         static const DispatchSemaphore never(0);
-        static std::function<void()> again = [] { serial.async([] { again(); }); };
+        static std::function<void()>& again =
+            *new std::function<void()>([] { serial.async([] { again(); }); });
         again();
         for (int i = 0; i < 100; ++i) {
             wide.async([] { never.wait(); });
