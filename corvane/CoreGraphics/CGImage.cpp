@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/CoreGraphics/CGImage.h>
 #include <corvane/Numbers/RealNumber.h>
+#include <corvane/Platform/Files/FileManager.h>
 #include <corvane/Platform/Graphics/CGImageDestination.h>
 #include <corvane/Platform/Graphics/CGImageSource.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <system_error>
 
 namespace corvane {
 
@@ -285,9 +285,12 @@ namespace {
 bool writeAnew(const CGImage& image, CGImageExportFormat as, const URL& to,
                const std::optional<PropertyDictionary>& options)
 {
-    std::error_code ignored;
-    if (to.isFileURL())
-        std::filesystem::remove_all(to.path(), ignored);
+    try {
+        if (to.isFileURL())
+            FileManager::removeItem(to.path());
+    } catch (const std::filesystem::filesystem_error&) {
+        // Nothing was there, or it cannot be removed: the destination tells.
+    }
     return write(image, as, to, options);
 }
 

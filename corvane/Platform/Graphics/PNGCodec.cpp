@@ -264,7 +264,8 @@ public:
         const double along = number(options, kCGImagePropertyDPIHeight, across);
         if (info_ == nullptr || setjmp(jump_) != 0)
             return false;
-        png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+        constexpr png_uint_32 most = 0x7FFFFFFF; // of the format; the library's own limit is lower
+        png_set_user_limits(png_, most, most);
         png_set_IHDR(png_, info_, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
                      opaque ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
                      PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
