@@ -214,6 +214,11 @@ void CGContext::setAlpha(CGFloat alpha)
     state_->graphics.alpha = std::clamp(alpha, 0.0, 1.0);
 }
 
+CGFloat CGContext::alpha() const noexcept
+{
+    return state_->graphics.alpha;
+}
+
 void CGContext::setInterpolationQuality(CGInterpolationQuality quality)
 {
     state_->graphics.quality = quality;

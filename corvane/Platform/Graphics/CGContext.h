@@ -75,6 +75,7 @@ public:
     void setFillColor(const CGColor& color);
     /// Multiplies the alpha of everything drawn, 0 to 1.
     void setAlpha(CGFloat alpha);
+    CGFloat alpha() const noexcept;
     void setInterpolationQuality(CGInterpolationQuality quality);
 
     void fill(const CGRect& rect);
