@@ -186,9 +186,9 @@ void Batch::lane()
     bool hasPlace = tryPlace();
     if (hasPlace && hasUnclaimed() && places_.load(std::memory_order_relaxed) > 0)
         requestLane();
-    while (hasPlace && hasUnclaimed() && !isDriven_.load(std::memory_order_relaxed)) {
+    while (hasPlace && !isDriven_.load(std::memory_order_relaxed)) {
         if (state_->shouldContinue) [[unlikely]] {
-            if (!isDriven_.exchange(true))
+            if (hasUnclaimed() && !isDriven_.exchange(true))
                 queue_.async([batch = shared_from_this()] { batch->drive(); });
             break;
         }

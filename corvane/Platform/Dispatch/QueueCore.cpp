@@ -10,7 +10,7 @@ constinit thread_local const ReadFrame* innermostRead __attribute__((tls_model("
 
 namespace {
 
-constexpr int largestBatch = 16;
+constexpr int largestBatch = 32;
 constexpr int spinsBeforeQueueing = 64;
 
 struct Register {
