@@ -120,8 +120,12 @@ private:
 
     boolean fill()
     {
-        std::size_t count =
-            bytes_.memory().empty() ? bytes_.read(offset_, std::as_writable_bytes(std::span(window_))) : 0;
+        // Headers fit into little. From then on much at once: close to the end of what it has, libjpeg decodes by a
+        // slower, more careful path.
+        const std::size_t room = offset_ == 0 ? std::size_t{32768} : window_.size();
+        std::size_t count = 0;
+        if (bytes_.memory().empty())
+            count = bytes_.read(offset_, std::as_writable_bytes(std::span(window_).first(room)));
         offset_ += count;
         if (count == 0) {
             // An end marker, and the warning that tells of it.
@@ -152,7 +156,7 @@ private:
     Errors errors_{};
     jpeg_progress_mgr progress_{};
     jpeg_source_mgr source_{};
-    std::array<JOCTET, 32768> window_;
+    std::array<JOCTET, 112 * 1024> window_;
     std::uint64_t offset_ = 0;
     bool isCreated_ = false;
 };
