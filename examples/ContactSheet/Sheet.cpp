@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Sheet.h"
 
+#include <corvane/CoreAnimation/CheckerboardLayer.h>
 #include <corvane/Platform/Graphics/CGContext.h>
 
 #include <algorithm>
@@ -82,6 +83,8 @@ std::optional<CGImage> drawSheet(std::span<const Picture> pictures, const Layout
         CGRect::make(0, 0, static_cast<CGFloat>(layout.width()), static_cast<CGFloat>(layout.height())));
     context->setFillColor(ink);
 
+    CheckerboardLayer backdrop; // shows what of a picture is transparent
+
     Int cell = 0;
     for (const Picture& picture : pictures) {
         if (!picture.thumbnail)
@@ -93,8 +96,12 @@ std::optional<CGImage> drawSheet(std::span<const Picture> pictures, const Layout
         const CGImage& image = *picture.thumbnail;
         const Int x = left + (layout.edge - image.width()) / 2;
         const Int y = top - layout.edge + (layout.edge - image.height()) / 2;
-        context->draw(image, CGRect::make(static_cast<CGFloat>(x), static_cast<CGFloat>(y),
-                                          image.size().width, image.size().height));
+        context->saveGState();
+        context->translateBy(static_cast<CGFloat>(x), static_cast<CGFloat>(y));
+        backdrop.setBounds({CGPoint::zero, image.size()});
+        backdrop.display(*context);
+        context->draw(image, backdrop.bounds());
+        context->restoreGState();
 
         const std::string caption =
             fitted(*context, picture.url.lastPathComponent(), static_cast<CGFloat>(layout.edge));

@@ -20,9 +20,10 @@ using Source = std::unique_ptr<cairo_pattern_t, Releaser>;
 
 // Tiles larger than this are few on any screen, and are drawn one by one.
 constexpr double largestTile = 2048;
-// A tile is repeated by hand to about this many pixels, before cairo repeats it: it does so call by call.
-constexpr int wideTile = 1024;
-constexpr int tallTile = 32;
+// A small tile is repeated by hand to about this many pixels, before cairo repeats it: that is a call for each. Not to
+// more, because short runs out of the first cache are copied nearly twice as fast as longer ones.
+constexpr int wideTile = 128;
+constexpr int tallTile = 16;
 
 bool isOpaque(const CGImage& image)
 {
