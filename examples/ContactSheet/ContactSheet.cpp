@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ContactSheet.h"
 
-#include <corvane/Collections/FinderOrder.h>
+#include "Pictures.h"
 #include <corvane/CoreGraphics/CGImage.h>
 #include <corvane/FilesAndData/FilesIterator.h>
 #include <corvane/FilesAndData/UTIType.h>
@@ -86,7 +86,11 @@ std::vector<URL> ContactSheet::importerURLsToImport(FilesImporter&, const std::v
     while (auto url = files.next())
         if (url->resolvingSymlinksInPath() != sheet) // an earlier one, in the folder itself
             pictures.push_back(*std::move(url));
-    finderSort(pictures, [](const URL& url) { return url.path(); });
+    pictures = chosenPictures(std::move(pictures), options_, [self = shared_from_this()](std::string line) {
+        DispatchQueue::main().async([self, line = std::move(line)] { self->console_.message(line); });
+    });
+    for (std::size_t place = 0; place < pictures.size(); ++place)
+        places_[pictures[place].path()] = place;
 
     found_ = static_cast<Int>(pictures.size());
     layout_ = Layout::fitting(found_, options_.edge, options_.columns);
@@ -115,11 +119,14 @@ void ContactSheet::importerDidImportItems(FilesImporter&, const std::vector<std:
         return;
     for (const std::any& item : items)
         pictures_.push_back(std::any_cast<const Picture&>(item));
-    finderSort(pictures_, [](const Picture& picture) { return picture.url.path(); });
+    std::ranges::sort(pictures_, {},
+                      [this](const Picture& picture) { return places_.at(picture.url.path()); });
     const auto drawn = std::count_if(pictures_.begin(), pictures_.end(),
                                      [](const Picture& picture) { return picture.thumbnail.has_value(); });
     if (found_ == 0)
-        return fail("No pictures in " + printable(options_.folder.path()) + ".");
+        return fail(
+            "No pictures in " + printable(options_.folder.path()) +
+            (options_.filter.empty() ? "." : " with \"" + printable(options_.filter) + "\" in their names."));
     if (!layout_)
         return fail("A sheet of " + std::to_string(found_) +
                     " pictures would be too large: choose a smaller --edge or other --columns.");

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -52,6 +53,8 @@ private:
     corvane::DispatchQueue drawing_{"ContactSheet.drawing"};
     std::optional<corvane::CGImageDestination> destination_;
     corvane::Int found_ = 0;
+    std::map<std::string, std::size_t>
+        places_;                   // of the paths on the sheet; set before the first item is imported
     std::optional<Layout> layout_; // set before the first item is imported
     std::vector<Picture> pictures_;
     std::atomic<Stage> stage_ = Stage::working;

@@ -19,6 +19,9 @@ OUTPUT is a .png, .jpg, .tiff or .heic file; it is replaced only by a complete s
   --edge N         longest side of a thumbnail, 16 to 4096 pixels (200, or less when there are very many)
   --columns N      pictures in a row (as many as make the sheet a little wider than high)
   --no-subfolders  only the pictures in FOLDER itself
+  --filter TEXT    only the pictures whose names contain TEXT, of which the letters A to Z match in either case
+  --reverse        the last picture first
+  --verbose        tells how the list of pictures comes about
   --help
 )";
 
@@ -40,9 +43,7 @@ std::optional<Int> numberIn(std::string_view text, Int lowest, Int highest)
 
 std::variant<Options, Usage> parseOptions(std::span<char* const> arguments)
 {
-    std::optional<Int> edge;
-    std::optional<Int> columns;
-    bool entersSubfolders = true;
+    Options options{URL::fromPath("."), URL::fromPath("."), corvane::CGImageExportFormat::png};
     bool optionsEnded = false;
     std::vector<std::string_view> names;
 
@@ -55,11 +56,19 @@ std::variant<Options, Usage> parseOptions(std::span<char* const> arguments)
         } else if (argument == "--help" || argument == "-h") {
             return Usage{0, std::string(help)};
         } else if (argument == "--no-subfolders") {
-            entersSubfolders = false;
+            options.entersSubfolders = false;
+        } else if (argument == "--reverse") {
+            options.isReversed = true;
+        } else if (argument == "--verbose") {
+            options.isVerbose = true;
+        } else if (argument == "--filter") {
+            if (i + 1 == arguments.size() || !*arguments[i + 1])
+                return wrong("--filter takes a text.");
+            options.filter = arguments[++i];
         } else if (argument == "--edge" || argument == "--columns") {
             const std::string_view value = i + 1 < arguments.size() ? arguments[++i] : "";
             const bool isEdge = argument == "--edge";
-            auto& number = isEdge ? edge : columns;
+            auto& number = isEdge ? options.edge : options.columns;
             number = isEdge ? numberIn(value, 16, 4096) : numberIn(value, 1, 1000);
             if (!number)
                 return wrong(std::string(argument) + " takes a number from " +
@@ -70,12 +79,14 @@ std::variant<Options, Usage> parseOptions(std::span<char* const> arguments)
     }
     if (names.size() != 2)
         return wrong("Two names are needed: the folder and the sheet to write.");
-    const URL output = URL::fromPath(names[1]);
-    const auto format = corvane::exportFormatFromPathExt(output.pathExtension());
+    options.folder = URL::fromPath(names[0]);
+    options.output = URL::fromPath(names[1]);
+    const auto format = corvane::exportFormatFromPathExt(options.output.pathExtension());
     if (!format)
         return wrong("The extension of \"" + std::string(names[1]) +
                      "\" says no format of pictures: it should be .png, .jpg, .tiff or .heic.");
-    return Options{URL::fromPath(names[0]), output, *format, edge, columns, entersSubfolders};
+    options.format = *format;
+    return options;
 }
 
 } // namespace contactsheet

@@ -18,9 +18,13 @@ struct Options {
     corvane::URL output;
     corvane::CGImageExportFormat format;
     /// The longest side of a thumbnail in pixels, and the cells of a row; chosen by the program when absent.
-    std::optional<corvane::Int> edge;
-    std::optional<corvane::Int> columns;
+    std::optional<corvane::Int> edge = {};
+    std::optional<corvane::Int> columns = {};
     bool entersSubfolders = true;
+    /// A part of the names of the pictures that are drawn; empty for all.
+    std::string filter = {};
+    bool isReversed = false;
+    bool isVerbose = false;
 };
 
 /// What to print instead of working: help that was asked for (status 0), or what is wrong with the arguments.

@@ -18,6 +18,7 @@ using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::StartsWith;
 
 /// Red above blue, as it is stored.
 CGImage redAboveBlue(Int width, Int height)
@@ -145,6 +146,42 @@ TEST(ContactSheetTests, TheOutputsExtensionSaysTheFormatAndSubfoldersMayBeLeftOu
         EXPECT_EQ(TemporaryFolder::read(folder / name).substr(0, begin.size()), begin) << name;
         EXPECT_TRUE(image(URL::fromPath(folder / name))) << name;
     }
+}
+
+TEST(ContactSheetTests, PicturesAreChosenByNameReversedAndTheChangesTold)
+{
+    const TemporaryFolder folder;
+    const auto write = [&](const char* name, Int height) {
+        ASSERT_TRUE(writeAsPNG(redAboveBlue(80, height), URL::fromPath(folder / name)));
+    };
+    write("Sea 10.png", 40);
+    write("sea 9.png", 80);
+    write("land.png", 60);
+    ChildProcess child(call({"--filter", "SEA", "--reverse", "--verbose", "--edge", "100", "--columns", "2",
+                             folder / "", folder / "sheet.png"}));
+    EXPECT_EQ(child.wait(), 0);
+    EXPECT_THAT(child.output, StartsWith("2 pictures, 0 failures"));
+    EXPECT_THAT(
+        child.messages,
+        StartsWith("will insert: inserted 0-2, selection before none, selection after 0, 0 pictures\n"
+                   "did insert: inserted 0-2, selection before none, selection after 0, 3 pictures\n"));
+    EXPECT_THAT(
+        child.messages,
+        ContainsRegex("will filter: selection before [0-2], 3 pictures\n"
+                      "did filter: selection before [0-2], selection after (none|[01]), 2 pictures\n"
+                      "will sort: selection before (none|[01]), selection after (none|[01]), 2 pictures\n"
+                      "did sort: "));
+    const auto sheet = image(URL::fromPath(folder / "sheet.png"));
+    ASSERT_TRUE(sheet);
+    ASSERT_EQ(sheet->size(), (CGSize{2 * 112 + 12, 130 + 12}));
+    EXPECT_TRUE(isPaper(sheet->pixel(12 + 50, 12 + 20))) << "10, which is less high, comes first";
+    EXPECT_TRUE(isRed(sheet->pixel(12 + 112 + 50, 12 + 20)));
+
+    ChildProcess none(call({"--filter", "sky", folder / "", folder / "other.png"}));
+    EXPECT_EQ(none.wait(), 1);
+    EXPECT_THAT(none.messages, HasSubstr(" with \"sky\" in their names."));
+    ChildProcess wrong(call({folder / "", folder / "other.png", "--filter"}));
+    EXPECT_EQ(wrong.wait(), 2);
 }
 
 TEST(ContactSheetTests, WhatCannotBeDoneIsSaidAndLeavesTheOutputAsItWas)
