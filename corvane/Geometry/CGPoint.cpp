@@ -39,7 +39,8 @@ std::vector<CGPoint> candidates(std::span<const CGPoint> points)
     const CGPoint low{std::max(bottomLeft.x, topLeft.x), std::max(bottomLeft.y, bottomRight.y)};
     const CGPoint high{std::min(bottomRight.x, topRight.x), std::min(topLeft.y, topRight.y)};
     std::erase_if(kept, [low, high](CGPoint point) {
-        return low.x < point.x && point.x < high.x && low.y < point.y && point.y < high.y;
+        // All four compared, so that there is one branch to predict instead of four.
+        return (low.x < point.x) & (point.x < high.x) & (low.y < point.y) & (point.y < high.y);
     });
     return kept;
 }
@@ -66,7 +67,9 @@ std::vector<CGPoint> convexHull(std::span<const CGPoint> points)
     // Andrew's monotone chain: the lower edge from left to right, then the upper edge back. The line between the
     // ends parts the points, so that each is tried on one edge only.
     const CGPoint from = sorted.front(), to = sorted.back();
-    std::vector<CGPoint> hull{from};
+    std::vector<CGPoint> hull;
+    hull.reserve(sorted.size() + 1); // pages that are not written cost nothing
+    hull.push_back(from);
     std::size_t above = 0;
     for (const CGPoint point : sorted) {
         const CGFloat side = cross(to - from, point - from);
