@@ -97,6 +97,36 @@ TEST(CheckerboardLayerTests, AFlippedContextHasTheOriginInItsUpperLeftCorner)
             ASSERT_EQ(picture.at(x, 31 - y), expected(x, y, 5)) << x << ", " << y;
 }
 
+TEST(CheckerboardLayerTests, AHostsContextKeepsItsOwnCoordinates)
+{
+    CheckerboardLayer layer;
+    layer.setBounds(CGRect::make(0, 0, 40, 32));
+    const Picture picture(60, 50, [&](CGContext& context) {
+        context.flip();
+        context.translateBy(7, 3);
+        CGContext host = CGContext::wrapping(context.cairo());
+        layer.display(host);
+    });
+    for (Int y = 0; y < 32; ++y)
+        for (Int x = 0; x < 40; ++x)
+            ASSERT_EQ(picture.at(x + 7, 49 - 3 - y), expected(x, y, 5)) << x << ", " << y;
+}
+
+TEST(CheckerboardLayerTests, ClipsHoldAndDoNotShiftTheTiles)
+{
+    CheckerboardLayer layer;
+    layer.setBounds(CGRect::make(0, 0, 64, 64));
+    for (const CGFloat edge : {13.0, 12.5}) { // whole pixels are copied, others blended at the edges
+        const Picture picture(64, 64, [&](CGContext& context) {
+            context.clip(CGRect::make(edge, edge, 30, 40));
+            layer.display(context);
+        });
+        expectBoard(picture, CGRect::make(13, 13, 29, 39), 5);
+        EXPECT_EQ(picture.alphaAt(11, 20), 0);
+        EXPECT_EQ(picture.alphaAt(20, 54), 0);
+    }
+}
+
 TEST(CheckerboardLayerTests, TheTileSizeIsFrozenUntilUpdatePattern)
 {
     CheckerboardLayer layer;

@@ -17,7 +17,8 @@ std::uint32_t randomUInt32Below(std::uint32_t bound) noexcept
 
 void fillRandom(std::span<std::byte> bytes) noexcept
 {
-    ::arc4random_buf(bytes.data(), bytes.size());
+    if (!bytes.empty()) // nothing has no address to give
+        ::arc4random_buf(bytes.data(), bytes.size());
 }
 
 } // namespace corvane
