@@ -12,10 +12,10 @@ std::optional<CGColor> CGColors::create(std::string_view hexString)
 
 CGColor CGColors::randomColor() noexcept
 {
-    const CGFloat red = randomUnitValue<CGFloat>();
-    const CGFloat green = randomUnitValue<CGFloat>();
-    const CGFloat blue = randomUnitValue<CGFloat>();
-    return CGColor::genericRGB(red, green, blue);
+    CGFloat drawn[3];
+    for (CGFloat& component : drawn)
+        component = randomUnitValue<CGFloat>();
+    return CGColor::genericRGB(drawn[0], drawn[1], drawn[2]);
 }
 
 std::optional<RGBA> nsColor(const CGColor& color) noexcept
