@@ -72,7 +72,7 @@ void read(benchmark::State& state)
     static Array array(initial);
     Int index = 0;
     for (auto _ : state)
-        benchmark::DoNotOptimize(array[index++ & 63]);
+        benchmark::DoNotOptimize(array[index++ & 63].value_or(0));
 }
 
 template <typename Array>
@@ -91,7 +91,7 @@ void readBesideAWriter(benchmark::State& state)
     });
     Int index = 0;
     for (auto _ : state)
-        benchmark::DoNotOptimize(array[index++ & 63]);
+        benchmark::DoNotOptimize(array[index++ & 63].value_or(0));
     over = true;
     writer.join();
 }

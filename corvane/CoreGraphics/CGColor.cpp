@@ -12,10 +12,10 @@ std::optional<CGColor> CGColors::create(std::string_view hexString)
 
 CGColor CGColors::randomColor() noexcept
 {
-    CGFloat drawn[3];
-    for (CGFloat& component : drawn)
-        component = randomUnitValue<CGFloat>();
-    return CGColor::genericRGB(drawn[0], drawn[1], drawn[2]);
+    const CGFloat red = randomUnitValue<CGFloat>();
+    const CGFloat green = randomUnitValue<CGFloat>();
+    const CGFloat blue = randomUnitValue<CGFloat>();
+    return CGColor::genericRGB(red, green, blue);
 }
 
 std::optional<RGBA> nsColor(const CGColor& color) noexcept

@@ -21,10 +21,9 @@ struct CGColors {
     }
     /// Absent where `RGBA::fromHexString` is.
     static CORVANE_API std::optional<CGColor> create(std::string_view hexString);
-    /// Grey, from 0 for black to 1 for white.
-    static constexpr CGColor create(CGFloat level, CGFloat alpha) noexcept
+    static constexpr CGColor create(CGFloat gray, CGFloat alpha) noexcept
     {
-        return CGColor::genericGray(level, alpha);
+        return CGColor::genericGray(gray, alpha);
     }
     /// Opaque; red, green and blue are three draws in hundredths, so none is ever 1.
     static CORVANE_API CGColor randomColor() noexcept;

@@ -51,10 +51,14 @@ public:
         precondition(count >= 0, "An array cannot have a negative number of elements");
         return SynchronizedArray(std::vector<T>(static_cast<std::size_t>(count), element));
     }
-    // The last block of the queue frees the elements, behind every write: a write needs no count of users.
+    // With writes queued the last block of the queue frees the elements, behind them: a write needs no count of
+    // users.
     ~SynchronizedArray()
     {
-        queue_.asyncBarrier([array = std::unique_ptr<std::vector<T>>(array_)] {});
+        if (queue_.trySyncBarrier([] {}))
+            delete array_;
+        else
+            queue_.asyncBarrier([array = std::unique_ptr<std::vector<T>>(array_)] {});
     }
     SynchronizedArray(const SynchronizedArray&) = delete;
     SynchronizedArray& operator=(const SynchronizedArray&) = delete;
@@ -68,7 +72,8 @@ public:
     std::optional<T> first() const { return (*this)[0]; }
     std::optional<T> last() const
     {
-        return queue_.sync([this] { return at(std::ssize(*array_) - 1); });
+        return queue_.sync(
+            [this] { return array_->empty() ? std::nullopt : std::optional<T>(array_->back()); });
     }
     /// Always present.
     std::optional<Int> count() const
@@ -87,7 +92,11 @@ public:
     /// Absent for an index outside the array.
     std::optional<T> operator[](Int index) const
     {
-        return queue_.sync([this, index] { return at(index); });
+        return queue_.sync([this, index] {
+            return index >= 0 && index < std::ssize(*array_)
+                       ? std::optional<T>((*array_)[static_cast<std::size_t>(index)])
+                       : std::nullopt;
+        });
     }
 
     template <std::predicate<const T&> Predicate>
@@ -247,14 +256,6 @@ private:
     {
         precondition(index >= 0 && index < static_cast<Int>(end), "Index out of range");
         return static_cast<std::ptrdiff_t>(index);
-    }
-
-    std::optional<T> at(Int index) const
-    {
-        const std::vector<T>& array = *array_;
-        return index >= 0 && index < std::ssize(array)
-                   ? std::optional<T>(array[static_cast<std::size_t>(index)])
-                   : std::nullopt;
     }
 
     // For the reads that call out: to blocks, or to what the elements do when compared or described.

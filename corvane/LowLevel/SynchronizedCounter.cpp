@@ -14,7 +14,10 @@ SynchronizedCounter::SynchronizedCounter(Int value)
 
 SynchronizedCounter::~SynchronizedCounter()
 {
-    queue_.asyncBarrier([state = std::unique_ptr<State>(state_)] {});
+    if (queue_.trySyncBarrier([] {}))
+        delete state_;
+    else
+        queue_.asyncBarrier([state = std::unique_ptr<State>(state_)] {});
 }
 
 void SynchronizedCounter::increment()

@@ -81,6 +81,17 @@ public:
         return std::invoke(std::forward<F>(block));
     }
 
+    /// `syncBarrier` if nobody is in its way; otherwise nothing. Whether the block ran.
+    template <std::invocable F>
+    [[nodiscard]] bool trySyncBarrier(F&& block) const
+    {
+        if (gate_->kind() == detail::QueueGate::Kind::main || !gate_->tryEnterExclusive())
+            return false;
+        const detail::ExclusiveAdmission admission(*gate_, std::adopt_lock);
+        std::invoke(std::forward<F>(block));
+        return true;
+    }
+
     /// A line for each queue of the process that has work: label, who is inside, what waits; then the pool's
     /// threads. For a watchdog or a debugger; a moment's picture, not a consistent one.
     static std::string report();

@@ -80,7 +80,11 @@ void QueueCore::pushOrdered(Task* task) noexcept
     push(task);
     if (state_.load(std::memory_order_seq_cst) & ordered)
         return;
-    if (state_.fetch_or(ordered, std::memory_order_seq_cst) == 0)
+    untilBias_.store(readsBeforeBias, std::memory_order_relaxed);
+    const std::uint64_t before = state_.fetch_or(ordered, std::memory_order_seq_cst);
+    if (before & biased)
+        revokeBias(); // the last reader that it counts out finds `ordered`
+    else if (before == 0)
         schedule();
 }
 
@@ -307,6 +311,8 @@ void QueueCore::waitShared() noexcept
 void QueueCore::waitExclusive() noexcept
 {
     WaitingTask self(Task::Kind::exclusiveWaiter);
+    if (state_.load(std::memory_order_relaxed) & biased)
+        revokeBias();
     for (int spins = 0;;) {
         std::uint64_t state = state_.load(std::memory_order_seq_cst);
         if (state == 0) {
@@ -334,6 +340,8 @@ void QueueGate::enterSharedSlow() noexcept
         if (frame->queue == this)
             return; // inside already, so nobody owns the queue; the count just taken stands
     }
+    if (readSlots != nullptr && readSlots->isInside(*this))
+        return;
     state_.fetch_sub(1, std::memory_order_seq_cst); // alone with `ordered` it is claimed at once
     QueueCore::of(*this).waitShared();
 }
