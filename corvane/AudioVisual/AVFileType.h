@@ -10,8 +10,8 @@
 
 namespace corvane {
 
-/// A kind of media file, by its type identifier. Any identifier can be one; the constants are those whose path
-/// extension is known.
+/// A kind of media file, by its type identifier. Any identifier can be one; the constants are those whose
+/// path extension is known.
 ///
 ///     pathExtension(AVFileType::mp4);              // "mp4"
 ///     AVFileType::fromPathExtension("MOV");        // AVFileType::mov

@@ -44,8 +44,9 @@ struct HoursMinutesSecondsMilliseconds {
     double ms; ///< with its fraction, in [0, 1000]
 };
 
-// Whole seconds are those below the time, so −0.5 s is −1 s and 500 ms; the parts of negative seconds are negative.
-// Hours do not wrap at a day. A time that is not numeric, or whose seconds no `Int` holds, stops the process.
+// Whole seconds are those below the time, so −0.5 s is −1 s and 500 ms; the parts of negative seconds are
+// negative. Hours do not wrap at a day. A time that is not numeric, or whose seconds no `Int` holds, stops
+// the process.
 
 [[nodiscard]] CORVANE_API HoursMinutesSeconds hhmmss(const CMTime& self,
                                                      SourcePlace place = SourcePlace::current());
@@ -65,8 +66,8 @@ hhmmssms(const CMTime& self, SourcePlace place = SourcePlace::current());
 [[nodiscard]] CORVANE_API std::string hhmmssmsName(const CMTime& self,
                                                    SourcePlace place = SourcePlace::current());
 
-/// The middles of equal parts of a time, one after the other: by `next()`, which is absent at the end, or in a loop.
-/// Made by `split`.
+/// The middles of equal parts of a time, one after the other: by `next()`, which is absent at the end, or
+/// in a loop. Made by `split`.
 class CMTimeSplit {
 public:
     std::optional<CMTime> next() noexcept
@@ -115,8 +116,8 @@ inline CMTimeSplit::Iterator CMTimeSplit::begin() const noexcept
     return Iterator(*this);
 }
 
-/// `count` instants at the middles of as many equal parts of the time; none for a count of 0 or below. A count that
-/// does not fit 32 bits stops the process.
+/// `count` instants at the middles of as many equal parts of the time; none for a count of 0 or below. A
+/// count that does not fit 32 bits stops the process.
 [[nodiscard]] CORVANE_API CMTimeSplit split(const CMTime& self, Int count,
                                             SourcePlace place = SourcePlace::current());
 
@@ -160,8 +161,8 @@ inline CMTime& operator/=(CMTime& self, std::int32_t divisor) noexcept
 {
     return self = self / divisor;
 }
-/// How many times `other` goes into `self`, from the raw values and timescales: flags and epochs are not looked at, so
-/// times that are not numeric give NaN by their timescale of 0.
+/// How many times `other` goes into `self`, from the raw values and timescales: flags and epochs are not
+/// looked at, so times that are not numeric give NaN by their timescale of 0.
 [[nodiscard]] inline double operator/(const CMTime& self, const CMTime& other) noexcept
 {
     const auto ratio = [](const CMTime& time) { return static_cast<double>(time.value) / time.timescale; };

@@ -13,14 +13,15 @@ namespace corvane {
 ///         void drawPattern(CGContext& in) override { in.fillEllipse(CGRect::make(2, 2, 4, 4)); }
 ///     };
 ///
-/// The pattern is made by the first drawing and kept until `updatePattern()`. It keeps the tile's size; what the tile
-/// shows is drawn anew every time. So after a change of colour the next drawing has it (say `setNeedsDisplay()`), while
-/// after a change of size the old tiles go on, with the new drawing clipped to them, until `updatePattern()`.
-/// Main-thread.
+/// The pattern is made by the first drawing and kept until `updatePattern()`. It keeps the tile's size;
+/// what the tile shows is drawn anew every time. So after a change of colour the next drawing has it (say
+/// `setNeedsDisplay()`), while after a change of size the old tiles go on, with the new drawing clipped to
+/// them, until `updatePattern()`. Main-thread.
 class CORVANE_API PatternLayer : public CALayer {
 public:
     std::shared_ptr<const CGPattern> pattern; ///< null until the first drawing and after `updatePattern()`
-    /// Handed to the pattern when it is made, with the layer itself as its info, which it does not keep alive.
+    /// Handed to the pattern when it is made, with the layer itself as its info, which it does not keep
+    /// alive.
     CGPatternCallbacks patternCallback;
 
     PatternLayer();

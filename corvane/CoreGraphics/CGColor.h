@@ -42,8 +42,8 @@ struct CGColors {
     static constexpr CGColor yellow = CGColor::genericRGB(1, 1, 0);
 };
 
-/// The colour as the desktop's kits take it: red, green, blue and alpha in 0 … 1, clamped. Absent when a component is
-/// NaN or infinite, which they refuse.
+/// The colour as the desktop's kits take it: red, green, blue and alpha in 0 … 1, clamped. Absent when a
+/// component is NaN or infinite, which they refuse.
 [[nodiscard]] CORVANE_API std::optional<RGBA> nsColor(const CGColor& color) noexcept;
 
 } // namespace corvane

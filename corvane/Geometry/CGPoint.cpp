@@ -13,9 +13,9 @@ std::string description(CGPoint self)
 
 namespace {
 
-// The points that may be corners. The four points that reach furthest diagonally leave a rectangle between them;
-// around a point strictly inside it they lie in four different quadrants, so that it cannot be one. Only
-// comparisons decide, so nothing is lost to rounding.
+// The points that may be corners. The four points that reach furthest diagonally leave a rectangle between
+// them; around a point strictly inside it they lie in four different quadrants, so that it cannot be one.
+// Only comparisons decide, so nothing is lost to rounding.
 std::vector<CGPoint> candidates(std::span<const CGPoint> points)
 {
     std::vector<CGPoint> kept;
@@ -64,8 +64,8 @@ std::vector<CGPoint> convexHull(std::span<const CGPoint> points)
     if (sorted.size() < 3)
         return sorted;
 
-    // Andrew's monotone chain: the lower edge from left to right, then the upper edge back. The line between the
-    // ends parts the points, so that each is tried on one edge only.
+    // Andrew's monotone chain: the lower edge from left to right, then the upper edge back. The line
+    // between the ends parts the points, so that each is tried on one edge only.
     const CGPoint from = sorted.front(), to = sorted.back();
     std::vector<CGPoint> hull;
     hull.reserve(sorted.size() + 1); // pages that are not written cost nothing

@@ -10,8 +10,8 @@ namespace corvane {
 ///
 ///     CMYKA{0, 0.5, 1, 0}.description(); // "CMYKA(0.0, 0.5, 1.0, 0.0, 1.0)"
 ///
-/// `==` compares exactly. There are no conversions between the colour models. Unlike in the other models `clear`
-/// is not all zero: it is black ink without alpha. Thread-compatible.
+/// `==` compares exactly. There are no conversions between the colour models. Unlike in the other models
+/// `clear` is not all zero: it is black ink without alpha. Thread-compatible.
 struct CMYKA {
     CGFloat c = 0;
     CGFloat m = 0;

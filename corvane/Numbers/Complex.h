@@ -88,8 +88,8 @@ struct Complex {
 
     static CORVANE_API Complex sin(const Complex& z) noexcept; ///< (exp(iz) − exp(−iz)) · −i/2
     static CORVANE_API Complex cos(const Complex& z) noexcept; ///< (exp(iz) + exp(−iz)) · 1/2
-    static CORVANE_API Complex
-    tan(const Complex& z) noexcept; ///< (exp(iz) − exp(−iz)) / i(exp(iz) + exp(−iz))
+    /// (exp(iz) − exp(−iz)) / (i(exp(iz) + exp(−iz)))
+    static CORVANE_API Complex tan(const Complex& z) noexcept;
     static CORVANE_API Complex asin(const Complex& z) noexcept; ///< −i · log(iz + √(1 − z²))
     static CORVANE_API Complex acos(const Complex& z) noexcept; ///< −i · log(z + i√(1 − z²))
     static CORVANE_API Complex atan(const Complex& z) noexcept; ///< i/2 · (log(1 − iz) − log(1 + iz))

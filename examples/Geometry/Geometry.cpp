@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// A walk over a drawing: where outlines cross, what lies where, what surrounds a cloud of points, and how a handle of a
-// frame is dragged.
+// SPDX-License-Identifier: Apache-2.0 A walk over a drawing: where outlines cross, what lies where, what
+// surrounds a cloud of points, and how a handle of a frame is dragged.
 #include <corvane/Geometry/Angle.h>
 #include <corvane/Geometry/CGRect.h>
 #include <corvane/Geometry/Line.h>

@@ -11,8 +11,8 @@ namespace corvane {
 
 namespace {
 
-// A single-precision value from 2^24 on. Its fixed layout in `std::to_chars` has every digit of the exact value;
-// here are the few that tell it from its neighbours, with zeros up to the point.
+// A single-precision value from 2^24 on. Its fixed layout in `std::to_chars` has every digit of the exact
+// value; here are the few that tell it from its neighbours, with zeros up to the point.
 char* writeLargeSingle(char* out, float value) noexcept
 {
     char digits[numberTextCapacity];

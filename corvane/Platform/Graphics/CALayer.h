@@ -8,8 +8,8 @@
 
 namespace corvane {
 
-/// Something that draws itself into its bounds and knows when it has to. There is no tree of layers and no screen
-/// behind it: a host draws it where it likes.
+/// Something that draws itself into its bounds and knows when it has to. There is no tree of layers and no
+/// screen behind it: a host draws it where it likes.
 ///
 ///     class Badge : public CALayer {
 ///         void draw(CGContext& in) override { in.setFillColor(red); in.fillEllipse(bounds()); }
@@ -37,7 +37,8 @@ public:
     /// Called when the layer begins to need display, until it has been displayed once and not again.
     std::function<void()> displayRequest;
 
-    /// Draws the layer, clipped to its bounds, and leaves the context as it was. It needs no display afterwards.
+    /// Draws the layer, clipped to its bounds, and leaves the context as it was. It needs no display
+    /// afterwards.
     void display(CGContext& in);
     /// What subclasses override; draws nothing here. Called by `display`, or directly for drawing elsewhere.
     virtual void draw(CGContext& in);

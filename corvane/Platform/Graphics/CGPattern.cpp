@@ -21,8 +21,8 @@ using Source = std::unique_ptr<cairo_pattern_t, Releaser>;
 
 // Tiles larger than this are few on any screen, and are drawn one by one.
 constexpr double largestTile = 2048;
-// A small tile is repeated by hand to about this many pixels, as every copy of it costs a call. Not to more, because
-// short runs out of the first cache are copied nearly twice as fast as longer ones.
+// A small tile is repeated by hand to about this many pixels, as every copy of it costs a call. Not to
+// more, because short runs out of the first cache are copied nearly twice as fast as longer ones.
 constexpr int wideTile = 128;
 constexpr int tallTile = 16;
 
@@ -51,7 +51,8 @@ std::optional<CGImage> rendered(const CGPattern& pattern, int width, int height,
     return std::move(*tile).makeImage();
 }
 
-// The tile beside and above itself a few times; its own size divides the surface's. Null when memory is short.
+// The tile beside and above itself a few times; its own size divides the surface's. Null when memory is
+// short.
 Surface repeated(const CGImage& tile)
 {
     const int width = static_cast<int>(tile.width());
@@ -95,9 +96,9 @@ int wrapped(double place, int size)
     return static_cast<int>(rest < 0 ? rest + size : rest);
 }
 
-// Fills the clip with copies of an opaque tile where the target is memory and everything lies on whole pixels: twice as
-// fast as cairo's call for each tile. `matrix` leads from the target's pixels, which have to be the coordinates, to those
-// of the tile. False, with nothing drawn, where it is not so.
+// Fills the clip with copies of an opaque tile where the target is memory and everything lies on whole
+// pixels: twice as fast as cairo's call for each tile. `matrix` leads from the target's pixels, which have
+// to be the coordinates, to those of the tile. False, with nothing drawn, where it is not so.
 bool copyTiles(cairo_t* cairo, cairo_surface_t* tile, const cairo_matrix_t& matrix)
 {
     cairo_surface_t* const target = cairo_get_group_target(cairo);

@@ -24,9 +24,10 @@ struct CGPatternCallbacks {
 ///     const auto dots = CGPattern::create(nullptr, CGRect::make(0, 0, 8, 8), 8, 8, callbacks);
 ///     fill(context, *dots, CGRect::make(0, 0, 300, 200));
 ///
-/// The tile drawing has the coordinates of `bounds` and is clipped to them; tiles lie at whole steps from there in the
-/// coordinates that the context has while it is filled. The size is fixed for the life of the pattern, what the tile
-/// shows is drawn anew for each fill. Thread-compatible; drawing is as thread-safe as the callback.
+/// The tile drawing has the coordinates of `bounds` and is clipped to them; tiles lie at whole steps from
+/// there in the coordinates that the context has while it is filled. The size is fixed for the life of the
+/// pattern, what the tile shows is drawn anew for each fill. Thread-compatible; drawing is as thread-safe
+/// as the callback.
 class CORVANE_API CGPattern {
 public:
     /// The `info` is handed to the callbacks as it is and has to live as long as the pattern.
@@ -54,9 +55,9 @@ private:
     CGPatternCallbacks callbacks_;
 };
 
-/// Fills `rect` with the pattern. Where tile and context meet on whole pixels every tile is the same to the pixel;
-/// elsewhere the tile is rendered at the next whole size and resampled. A pattern whose steps are not above zero, or
-/// not finite, draws nothing.
+/// Fills `rect` with the pattern. Where tile and context meet on whole pixels every tile is the same to the
+/// pixel; elsewhere the tile is rendered at the next whole size and resampled. A pattern whose steps are
+/// not above zero, or not finite, draws nothing.
 CORVANE_API void fill(CGContext& context, const CGPattern& pattern, const CGRect& rect);
 
 } // namespace corvane

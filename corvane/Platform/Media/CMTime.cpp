@@ -36,8 +36,8 @@ CMTime infinity(bool negative)
     return negative ? CMTime::negativeInfinity() : CMTime::positiveInfinity();
 }
 
-// `numerator`/`denominator` seconds with the timescale of the denominator, or the finest below it that holds the
-// value. The numerator has at most 95 bits, so that it can take a timescale as a factor.
+// `numerator`/`denominator` seconds with the timescale of the denominator, or the finest below it that
+// holds the value. The numerator has at most 95 bits, so that it can take a timescale as a factor.
 CMTime fitted(Wide numerator, Wide denominator, Int epoch, bool rounded)
 {
     for (Wide timescale = std::min(denominator, largestTimescale); timescale > 0; timescale /= 2) {

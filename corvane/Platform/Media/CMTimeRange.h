@@ -12,8 +12,8 @@ namespace corvane {
 ///     clip.intersection(other).isEmpty();                  // whether nothing is common
 ///     clip.unionWith(other).duration;
 ///
-/// A range is valid when both times are and the duration is not below zero; anything else counts as no time at all.
-/// Thread-compatible.
+/// A range is valid when both times are and the duration is not below zero; anything else counts as no time
+/// at all. Thread-compatible.
 struct CMTimeRange {
     CMTime start;
     CMTime duration;
