@@ -80,7 +80,7 @@ public:
     IndexSet finish(std::size_t count)
     {
         set_.runCount_ = count;
-        set_.count_ = membersOf({runs_, count});
+        set_.countBeforeLast_ = count > 0 ? membersOf({runs_, count - 1}) : 0;
         if (set_.block_ && count < set_.block_->capacity / 2) {
             // Do not let a small result keep a large block for its life.
             IndexSet small;
@@ -140,7 +140,7 @@ IndexSet IndexSet::fromIndexes(std::span<const Int> indexes)
 }
 
 IndexSet::IndexSet(const IndexSet& other) noexcept
-    : count_(other.count_), runCount_(other.runCount_), block_(other.block_)
+    : countBeforeLast_(other.countBeforeLast_), runCount_(other.runCount_), block_(other.block_)
 {
     if (block_)
         block_->owners.fetch_add(1, std::memory_order_relaxed);
@@ -149,7 +149,7 @@ IndexSet::IndexSet(const IndexSet& other) noexcept
 }
 
 IndexSet::IndexSet(IndexSet&& other) noexcept
-    : count_(std::exchange(other.count_, 0)),
+    : countBeforeLast_(std::exchange(other.countBeforeLast_, 0)),
       runCount_(std::exchange(other.runCount_, 0)),
       block_(std::exchange(other.block_, nullptr))
 {
@@ -175,7 +175,7 @@ IndexSet& IndexSet::operator=(IndexSet&& other) noexcept
 
 bool operator==(const IndexSet& a, const IndexSet& b) noexcept
 {
-    if (a.count_ != b.count_ || a.runCount_ != b.runCount_)
+    if (a.runCount_ != b.runCount_)
         return false;
     return a.data() == b.data() || std::equal(a.data(), a.data() + a.runCount_, b.data());
 }
@@ -197,14 +197,32 @@ std::optional<Int> IndexSet::singleIndex() const noexcept
 
 bool IndexSet::contains(Int index) const noexcept
 {
-    // The last run that begins at or before `index`, found without a branch that could be mispredicted.
     const IndexRun* run = data();
     std::size_t left = runCount_;
-    if (left == 0)
+    if (left == 0 || index < run->lower)
         return false;
+    // Where there are many runs, they mostly lie evenly enough for a guess, and a better guess from there, to come
+    // within a few runs of the right one; the search in halves is left with those.
+    constexpr std::size_t near = 8;
+    if (left > 16 * near) {
+        const IndexRun& last = run[left - 1];
+        if (index >= last.lower)
+            return index < last.upper;
+        const double density = static_cast<double>(left - 1) / static_cast<double>(last.lower - run->lower);
+        const auto guess = static_cast<std::ptrdiff_t>(static_cast<double>(index - run->lower) * density);
+        const auto step =
+            static_cast<std::ptrdiff_t>(static_cast<double>(index - run[guess].lower) * density);
+        const auto center = static_cast<std::size_t>(
+            std::clamp<std::ptrdiff_t>(guess + step, near, static_cast<std::ptrdiff_t>(left - 1 - near)));
+        if (run[center - near].lower <= index && index < run[center + near].lower) {
+            run += center - near;
+            left = 2 * near;
+        }
+    }
+    // The last run that begins at or before `index`, found without a branch that could be mispredicted.
     while (left > 1) {
         const std::size_t half = left / 2;
-        run += static_cast<std::size_t>(run[half].lower <= index) * half;
+        run += half & -static_cast<std::size_t>(run[half].lower <= index);
         left -= half;
     }
     return run->lower <= index && index < run->upper;
@@ -232,7 +250,7 @@ void IndexSet::splice(std::size_t at, std::size_t removed, std::span<const Index
 {
     const std::size_t newCount = runCount_ - removed + added.size();
     const IndexRun* old = data();
-    const Int members = count_ + membersOf(added) - membersOf({old + at, removed});
+    const Int members = count() + membersOf(added) - membersOf({old + at, removed});
     if (IndexRun* runs = writable(newCount)) {
         const IndexRun* tail = runs + at + removed;
         std::memmove(runs + at + added.size(), tail, (runCount_ - at - removed) * sizeof(IndexRun));
@@ -247,7 +265,7 @@ void IndexSet::splice(std::size_t at, std::size_t removed, std::span<const Index
         block_ = block;
     }
     runCount_ = newCount;
-    count_ = members;
+    countBeforeLast_ = members - countOfLast();
 }
 
 void IndexSet::insertAnywhere(Int lower, Int upper)
@@ -327,35 +345,94 @@ IndexSet IndexSet::toggling(Int index) const
     return copy;
 }
 
-IndexSet IndexSet::union_(const IndexSet& other) const
-{
-    if (isEmpty() || other.isEmpty())
-        return isEmpty() ? other : *this;
-    const IndexRun *a = data(), *aEnd = a + runCount_, *b = other.data(), *bEnd = b + other.runCount_;
-    Writer writer(runCount_ + other.runCount_);
-    IndexRun* out = writer.runs();
-    IndexRun open = a->lower <= b->lower ? *a : *b;
-    // One run a turn, always stored, and written over by the next turn while it is still open: which set
-    // comes next and whether the runs meet are as good as random, so neither is a branch.
-    const auto take = [&](IndexRun next) {
+// A part of a union under way: the runs of two sets in the order of their beginnings, joined where they meet.
+struct IndexSet::Lane {
+    const IndexRun *a, *aEnd, *b, *bEnd;
+    IndexRun* start; // of what it writes
+    IndexRun* out;
+    IndexRun open; // the run that is still growing
+
+    // It is always stored, and written over by the next as long as it grows: which set comes next and whether runs
+    // meet are as good as random, so neither is a branch.
+    void take(IndexRun next) noexcept
+    {
         const bool apart = next.lower > open.upper;
         *out = open;
         out += apart;
         open.lower = apart ? next.lower : open.lower;
         open.upper = std::max(open.upper, next.upper);
-    };
-    while (a != aEnd && b != bEnd) {
+    }
+    void takeFirst() noexcept
+    {
         const bool first = a->lower <= b->lower;
-        take(*(first ? a : b));
+        const IndexRun next{first ? a->lower : b->lower, first ? a->upper : b->upper};
         a += first;
         b += !first;
+        take(next);
     }
-    for (; a != aEnd; ++a)
-        take(*a);
-    for (; b != bEnd; ++b)
-        take(*b);
-    *out++ = open;
-    return writer.finish(static_cast<std::size_t>(out - writer.runs()));
+    std::ptrdiff_t surelyLeft() const noexcept { return std::min(aEnd - a, bEnd - b); }
+    void finish() noexcept
+    {
+        while (surelyLeft() > 0)
+            takeFirst();
+        for (; a != aEnd; ++a)
+            take(*a);
+        for (; b != bEnd; ++b)
+            take(*b);
+        *out++ = open;
+    }
+};
+
+IndexSet IndexSet::union_(const IndexSet& other) const
+{
+    if (isEmpty() || other.isEmpty())
+        return isEmpty() ? other : *this;
+    const auto mine = runs(), theirs = other.runs();
+    Writer writer(mine.size() + theirs.size());
+
+    // Each turn of a lane waits for the one before, so the lanes, each a part of the positions, take turns.
+    constexpr std::size_t laneCount = 2;
+    Lane lanes[laneCount];
+    const IndexRun *a = mine.data(), *b = theirs.data();
+    IndexRun* out = writer.runs();
+    std::size_t used = 0;
+    for (std::size_t i = 0; i < laneCount; ++i) {
+        const bool isLast = i + 1 == laneCount;
+        const IndexRun* const aEnd =
+            isLast ? mine.data() + mine.size() : mine.data() + mine.size() * (i + 1) / laneCount;
+        const IndexRun* const bEnd = isLast ? theirs.data() + theirs.size()
+                                            : std::ranges::lower_bound(b, theirs.data() + theirs.size(),
+                                                                       aEnd->lower, {}, &IndexRun::lower);
+        if (a != aEnd || b != bEnd) {
+            const bool first = b == bEnd || (a != aEnd && a->lower <= b->lower);
+            lanes[used++] = {a, aEnd, b, bEnd, out, out, first ? *a : *b};
+        }
+        out += (aEnd - a) + (bEnd - b);
+        a = aEnd;
+        b = bEnd;
+    }
+    if (used == laneCount) {
+        auto [first, second] = lanes;
+        for (std::ptrdiff_t turns; (turns = std::min(first.surelyLeft(), second.surelyLeft())) > 0;) {
+            for (; turns > 0; --turns) {
+                first.takeFirst();
+                second.takeFirst();
+            }
+        }
+        lanes[0] = first;
+        lanes[1] = second;
+    }
+
+    // A lane's last run may reach into the next lanes.
+    IndexRun* end = writer.runs();
+    for (std::size_t i = 0; i < used; ++i) {
+        lanes[i].finish();
+        const IndexRun* next = lanes[i].start;
+        for (; i > 0 && next != lanes[i].out && next->lower <= end[-1].upper; ++next)
+            end[-1].upper = std::max(end[-1].upper, next->upper);
+        end = std::copy(next, static_cast<const IndexRun*>(lanes[i].out), end);
+    }
+    return writer.finish(static_cast<std::size_t>(end - writer.runs()));
 }
 
 IndexSet IndexSet::intersection(const IndexSet& other) const

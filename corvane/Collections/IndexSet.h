@@ -50,14 +50,14 @@ public:
     IndexSet& operator=(IndexSet&& other) noexcept;
     ~IndexSet() { release(); }
 
-    [[nodiscard]] Int count() const noexcept { return count_; }
-    [[nodiscard]] bool isEmpty() const noexcept { return count_ == 0; }
+    [[nodiscard]] Int count() const noexcept { return countBeforeLast_ + countOfLast(); }
+    [[nodiscard]] bool isEmpty() const noexcept { return runCount_ == 0; }
     [[nodiscard]] std::optional<Int> first() const noexcept;
     [[nodiscard]] std::optional<Int> last() const noexcept;
     [[nodiscard]] bool contains(Int index) const noexcept;
     /// How many members are in `lower ..< upper`; linear in the runs there.
     [[nodiscard]] Int countInRange(Int lower, Int upper) const noexcept;
-    [[nodiscard]] bool isSingle() const noexcept { return count_ == 1; }
+    [[nodiscard]] bool isSingle() const noexcept { return count() == 1; }
     /// The one member, if there is exactly one.
     [[nodiscard]] std::optional<Int> singleIndex() const noexcept;
 
@@ -96,10 +96,12 @@ private:
         IndexRun* runs() noexcept { return reinterpret_cast<IndexRun*>(this + 1); }
     };
     class Writer;
+    struct Lane;
     static constexpr std::size_t inlineRuns = 2;
 
     static Block* makeBlock(std::size_t capacity);
     const IndexRun* data() const noexcept { return block_ ? block_->runs() : inline_; }
+    Int countOfLast() const noexcept;
     /// The runs for writing, if they are ours alone and `needed` of them fit; else null.
     IndexRun* writable(std::size_t needed) noexcept;
     std::size_t firstRunWithUpperAbove(Int index) const noexcept;
@@ -108,11 +110,17 @@ private:
     void splice(std::size_t at, std::size_t removed, std::span<const IndexRun> added);
     void release() noexcept;
 
-    Int count_ = 0;
+    // Of the members before the last run, so that a run that grows at the end needs no other change.
+    Int countBeforeLast_ = 0;
     std::size_t runCount_ = 0;
     Block* block_ = nullptr; // shared between copies; null while the runs fit in `inline_`
     IndexRun inline_[inlineRuns];
 };
+
+inline Int IndexSet::countOfLast() const noexcept
+{
+    return runCount_ == 0 ? 0 : data()[runCount_ - 1].upper - data()[runCount_ - 1].lower;
+}
 
 inline IndexRun* IndexSet::writable(std::size_t needed) noexcept
 {
@@ -129,11 +137,12 @@ inline void IndexSet::insertRange(Int lower, Int upper)
         if (IndexRun* runs = writable(runCount_ + 1)) {
             IndexRun& last = runs[runCount_ - 1];
             if (lower >= last.upper) {
-                count_ += upper - lower;
-                if (lower == last.upper)
+                if (lower == last.upper) {
                     last.upper = upper;
-                else
+                } else {
+                    countBeforeLast_ += last.upper - last.lower;
                     runs[runCount_++] = {lower, upper};
+                }
                 return;
             }
         }
@@ -143,6 +152,14 @@ inline void IndexSet::insertRange(Int lower, Int upper)
 
 inline void IndexSet::insert(Int index)
 {
+    // The next after the last: most common of all, and without a look at the capacity.
+    if (IndexRun* runs = runCount_ > 0 ? writable(0) : nullptr) {
+        Int& upper = runs[runCount_ - 1].upper;
+        if (index == upper && index < std::numeric_limits<Int>::max()) {
+            upper = index + 1;
+            return;
+        }
+    }
     if (index < std::numeric_limits<Int>::max()) [[likely]]
         insertRange(index, index + 1);
     else
