@@ -219,10 +219,11 @@ bool IndexSet::contains(Int index) const noexcept
             left = 2 * near;
         }
     }
-    // The last run that begins at or before `index`, found without a branch that could be mispredicted.
+    // The last run that begins at or before `index`. Both halves being as likely, the compiler is to select, not to
+    // branch: a branch would be mispredicted every other time.
     while (left > 1) {
         const std::size_t half = left / 2;
-        run += half & -static_cast<std::size_t>(run[half].lower <= index);
+        run = __builtin_expect_with_probability(run[half].lower <= index, 1, 0.5) ? run + half : run;
         left -= half;
     }
     return run->lower <= index && index < run->upper;
