@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <list>
 #include <memory>
-#include <ranges>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -24,7 +24,7 @@ TEST(Collection, MapsToASet)
     EXPECT_THAT(mapToSet(words, &std::string::size), UnorderedElementsAre(3, 4, 5));
     EXPECT_THAT(mapToSet(std::vector<int>{}, [](int i) { return i; }), IsEmpty());
     // Any sequence will do, and results may be of a kind that only moves.
-    EXPECT_EQ(mapToSet(std::views::iota(0, 3), [](int i) { return std::make_unique<int>(i); }).size(), 3U);
+    EXPECT_EQ(mapToSet(std::list<int>{0, 1, 2}, [](int i) { return std::make_unique<int>(i); }).size(), 3U);
 }
 
 TEST(Collection, MapsToASetWithoutTheAbsent)
