@@ -30,7 +30,9 @@ namespace corvane {
 /// up to 1024 threads a priority; beyond that work waits and a line on standard error names the queues. Which
 /// thread runs a block is not promised, and a caller of `sync` may run blocks queued before its own.
 ///
-/// `sync` is admitted at the price of two atomic operations when nobody is in its way. Nesting it:
+/// `sync` is admitted at the price of two atomic operations when nobody is in its way. A concurrent queue that
+/// has only been read for a while (4096 times) admits further reads at the price of none, side by side without
+/// a word that they share; the next barrier pays a few microseconds to end that. Nesting it:
 /// - inside a block of the same serial queue, a barrier or, on the main thread, the main queue, it waits for
 /// good;
 /// - inside a block of the same concurrent queue (no barrier) it always proceeds, also when a barrier waits.

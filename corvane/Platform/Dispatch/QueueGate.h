@@ -19,7 +19,7 @@ namespace corvane::detail {
 /// - `owned` says that one thread has the queue to itself.
 /// - `biased` says that readers are not counted but found in the slots of their threads (ReadSlots.cpp); never
 ///   together with `owned`, and with `ordered` only until it is revoked.
-/// A queue whose word is 0 admits anybody at the price of one atomic operation.
+/// A queue whose word is 0 admits anybody at the price of one atomic operation, a biased one a reader at none.
 class CORVANE_API QueueGate {
 public:
     enum class Kind : std::uint8_t { serial, concurrent, main };
@@ -76,8 +76,8 @@ public:
     void leaveBiased(std::atomic<const QueueGate*>& slot) noexcept
     {
         ReadSlots& mine = *readSlots;
-        mine.depth = static_cast<std::uint32_t>(
-            &slot - mine.inside); // rather than counted down: no wait for the store
+        // Not counted down, which would wait for the store that counted it up.
+        mine.depth = static_cast<std::uint32_t>(&slot - mine.inside);
         slot.store(nullptr, std::memory_order_release);
         std::atomic_signal_fence(std::memory_order_seq_cst);
         if (mine.isWatched.load(std::memory_order_relaxed)) [[unlikely]]

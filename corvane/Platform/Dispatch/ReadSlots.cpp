@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <corvane/Platform/Base/Fatal.h>
 #include <corvane/Platform/Base/Mutex.h>
 #include <corvane/Platform/Dispatch/QueueGate.h>
 #include <corvane/Platform/Dispatch/ReadSlots.h>
@@ -48,7 +49,9 @@ bool hasProcessBarrier()
 
 void processBarrier()
 {
-    ::syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0);
+    // A host that forbids the call after it was granted leaves no way to know who is inside.
+    precondition(::syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0) == 0,
+                 "membarrier() is refused after it was granted");
 }
 
 struct SlotsOwner {
