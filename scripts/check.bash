@@ -44,7 +44,9 @@ check_package() {
 }
 
 check_tsan() {
-    build tsan && run_tests tsan
+    build tsan && run_tests tsan || return
+    step "A minute of mixed operations" env CORVANE_STRESS_SECONDS=60 build/tsan/tests/corvane_core_tests \
+        --gtest_filter=*MixedOperationsOfManyThreads
 }
 
 # The tests, then image files damaged at random for a bounded time.
