@@ -95,6 +95,8 @@ struct MagazineWatch {
         magazine.loaded = depot().take();
     if (magazine.loaded == nullptr)
         return ::operator new(sizeof(Task));
+    if (!magazine.watched) // a thread that only makes tasks has a chunk to give back, too
+        watchMagazine();
     magazine.count = chunkSize - 1;
     return std::exchange(magazine.loaded, magazine.loaded->next);
 }
