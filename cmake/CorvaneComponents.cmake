@@ -114,6 +114,7 @@ corvane_wanted(Core
 corvane_wanted(Text
     FOLDERS Platform/Text StringsAndText
     ALSO Collections/FinderOrder
+    PRIVATE Platform/Text/Utf8
     USES Core
     MODULES ICU=icu-i18n ICUUC=icu-uc)
 corvane_wanted(Files
