@@ -23,7 +23,23 @@ using detail::isBadByte;
 // What the rules of extended grapheme clusters ask of a code point: one kind and some marks. The rules are those
 // that ICU's own iterator goes by, conjuncts of Indic consonants included; a walk over a table is several times
 // faster than the iterator, needs no object to be opened and can begin anywhere.
-enum Kind : std::uint8_t { other, control, cr, lf, extend, zwj, regional, prepend, spacing, l, v, t, lv, lvt, pict };
+enum Kind : std::uint8_t {
+    other,
+    control,
+    cr,
+    lf,
+    extend,
+    zwj,
+    regional,
+    prepend,
+    spacing,
+    l,
+    v,
+    t,
+    lv,
+    lvt,
+    pict
+};
 constexpr std::uint8_t kindMask = 0x0F;
 constexpr std::uint8_t consonantMark = 0x10; // of a script whose consonants join across a virama
 constexpr std::uint8_t viramaMark = 0x20;
@@ -118,8 +134,10 @@ std::uint8_t classAt(CodePoint point) noexcept
 class Cluster {
 public:
     explicit Cluster(std::uint8_t first) noexcept
-        : last_(first & kindMask), regionals_((first & kindMask) == regional),
-          isPict_((first & kindMask) == pict), conjunct_((first & consonantMark) != 0)
+        : last_(first & kindMask),
+          regionals_((first & kindMask) == regional),
+          pict_((first & kindMask) == pict),
+          conjunct_((first & consonantMark) != 0)
     {}
 
     bool endsBefore(std::uint8_t next) noexcept
@@ -128,7 +146,7 @@ public:
         if (breaks(kind, next))
             return true;
         regionals_ += kind == regional;
-        isPict_ = kind == pict || (isPict_ && (kind == extend || kind == zwj));
+        pict_ = kind == pict ? 1 : pict_ == 1 && kind == zwj ? 2 : pict_ == 1 && kind == extend ? 1 : 0;
         if (next & consonantMark)
             conjunct_ = 1;
         else if (conjunct_ != 0 && (next & viramaMark))
@@ -158,7 +176,7 @@ private:
         case t:
             return last_ != lv && last_ != v && last_ != lvt && last_ != t;
         case pict:
-            return !(last_ == zwj && isPict_);
+            return pict_ != 2;
         case regional:
             return !(last_ == regional && regionals_ % 2 == 1);
         default:
@@ -168,7 +186,7 @@ private:
 
     std::uint8_t last_;
     unsigned regionals_;
-    bool isPict_; // a pictograph, with nothing but extending code points and joiners since
+    int pict_;     // 1 behind a pictograph and what extends it, 2 when one joiner came too
     int conjunct_; // 1 behind a joining consonant, 2 when a virama came too
 };
 
@@ -211,7 +229,8 @@ std::size_t skipCharacters(std::string_view text, std::size_t offset, Int& chara
         bool isKnown = false; // whether `next` is the class of what is at `offset`
         while (characters > 0) {
             const std::size_t behind = offset + point.length;
-            if (point.value < 0x80 && point.value != 0x0D && (behind == text.size() || isAscii(text[behind]))) {
+            if (point.value < 0x80 && point.value != 0x0D &&
+                (behind == text.size() || isAscii(text[behind]))) {
                 offset = behind;
                 --characters;
                 break; // perhaps more of that kind

@@ -62,8 +62,8 @@ std::string canonicalForm(std::string_view text)
         const std::size_t before = out.size();
         UErrorCode failed = U_ZERO_ERROR;
         icu::StringByteSink<std::string> sink(&out);
-        form->normalizeUTF8(0, icu::StringPiece(part.data(), static_cast<std::int32_t>(part.size())), sink, nullptr,
-                            failed);
+        form->normalizeUTF8(0, icu::StringPiece(part.data(), static_cast<std::int32_t>(part.size())), sink,
+                            nullptr, failed);
         if (U_FAILURE(failed))
             out.replace(before, std::string::npos, part);
     });
@@ -90,7 +90,8 @@ std::string lowercased(std::string_view text)
         const std::size_t before = out.size();
         UErrorCode failed = U_ZERO_ERROR;
         icu::StringByteSink<std::string> sink(&out);
-        icu::CaseMap::utf8ToLower("", 0, icu::StringPiece(part.data(), static_cast<std::int32_t>(part.size())), sink,
+        icu::CaseMap::utf8ToLower("", 0,
+                                  icu::StringPiece(part.data(), static_cast<std::int32_t>(part.size())), sink,
                                   nullptr, failed);
         if (U_FAILURE(failed))
             out.replace(before, std::string::npos, part);
