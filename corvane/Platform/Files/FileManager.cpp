@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/Platform/Base/URL.h>
 #include <corvane/Platform/Files/AtomicFile.h>
+#include <corvane/Platform/Files/CopyContents.h>
 #include <corvane/Platform/Files/DirectoryEnumerator.h>
 #include <corvane/Platform/Files/FileManager.h>
 
@@ -81,21 +82,6 @@ bool isInside(const std::string& path, const std::string& folder)
     const fs::path inner = fs::weakly_canonical(path, error);
     return !error &&
            std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
-}
-
-std::error_code copyBytes(int source, AtomicFile& file)
-{
-    std::vector<std::byte> buffer(std::size_t{256} * 1024);
-    for (;;) {
-        const ssize_t size = ::read(source, buffer.data(), buffer.size());
-        if (size == 0)
-            return {};
-        if (size < 0 && errno != EINTR)
-            return lastError();
-        if (size > 0)
-            if (const std::error_code error = file.write({buffer.data(), static_cast<std::size_t>(size)}))
-                return error;
-    }
 }
 
 // Removes what is in a folder, as far as that can be done. Folders go after their items; a folder that
@@ -267,7 +253,7 @@ void FileManager::replaceItem(std::string_view destination, std::string_view pat
     else
         file = AtomicFile::create(destination, error);
     if (file)
-        error = copyBytes(source, *file);
+        error = detail::copyContents(source, file->descriptor());
     if (source >= 0)
         ::close(source);
     if (!error)
