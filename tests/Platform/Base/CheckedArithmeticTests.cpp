@@ -12,7 +12,8 @@ namespace {
 constexpr Int intMin = std::numeric_limits<Int>::min();
 constexpr Int intMax = std::numeric_limits<Int>::max();
 
-TEST(CheckedArithmeticTests, ResultsAtTheEndsOfTheRangeAreExact) {
+TEST(CheckedArithmeticTests, ResultsAtTheEndsOfTheRangeAreExact)
+{
     EXPECT_EQ(checkedAdd(intMax - 1, Int{1}), intMax);
     EXPECT_EQ(checkedAdd(intMin, intMax), -1);
     EXPECT_EQ(checkedSubtract(intMin + 1, Int{1}), intMin);
@@ -22,7 +23,8 @@ TEST(CheckedArithmeticTests, ResultsAtTheEndsOfTheRangeAreExact) {
     static_assert(checkedAdd<unsigned char>(200, 55) == 255);
 }
 
-TEST(CheckedArithmeticTests, ConversionTruncatesTowardZero) {
+TEST(CheckedArithmeticTests, ConversionTruncatesTowardZero)
+{
     EXPECT_EQ(checkedInt(2.9), 2);
     EXPECT_EQ(checkedInt(-2.9), -2);
     EXPECT_EQ(checkedInt(-0x1p63), intMin);
@@ -30,5 +32,5 @@ TEST(CheckedArithmeticTests, ConversionTruncatesTowardZero) {
     EXPECT_EQ(checkedInt(std::nextafter(0x1p63F, 0.0F)), 9223371487098961920);
 }
 
-}  // namespace
-}  // namespace corvane
+} // namespace
+} // namespace corvane

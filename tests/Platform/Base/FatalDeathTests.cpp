@@ -8,14 +8,16 @@
 namespace corvane {
 namespace {
 
-TEST(FatalDeathTests, TheSentenceAndThePlaceOfTheCallAreWrittenAndTheProcessAborts) {
+TEST(FatalDeathTests, TheSentenceAndThePlaceOfTheCallAreWrittenAndTheProcessAborts)
+{
     const std::string place = "  at .*FatalDeathTests.cpp:[0-9]+\n";
     EXPECT_EXIT(fatalError("It broke"), testing::KilledBySignal(SIGABRT), "Fatal error: It broke\n" + place);
     EXPECT_DEATH(precondition(1 > 2, "Order is lost"), "Fatal error: Order is lost\n" + place);
     EXPECT_DEATH(fatalError(""), "Fatal error: \n" + place);
 }
 
-TEST(FatalDeathTests, APreconditionThatHoldsDoesNothing) {
+TEST(FatalDeathTests, APreconditionThatHoldsDoesNothing)
+{
     EXPECT_EXIT(
         {
             precondition(true, "never");
@@ -24,5 +26,5 @@ TEST(FatalDeathTests, APreconditionThatHoldsDoesNothing) {
         testing::ExitedWithCode(7), "^$");
 }
 
-}  // namespace
-}  // namespace corvane
+} // namespace
+} // namespace corvane

@@ -13,7 +13,8 @@ constexpr Int intMin = std::numeric_limits<Int>::min();
 constexpr Int intMax = std::numeric_limits<Int>::max();
 constexpr std::uint64_t unsignedMax = std::numeric_limits<std::uint64_t>::max();
 
-TEST(NumberTests, ConversionsGiveTheNearestValueOfTheAskedType) {
+TEST(NumberTests, ConversionsGiveTheNearestValueOfTheAskedType)
+{
     struct Row {
         Number number;
         Int asInt;
@@ -40,7 +41,8 @@ TEST(NumberTests, ConversionsGiveTheNearestValueOfTheAskedType) {
     }
 }
 
-TEST(NumberTests, EqualityComparesValuesExactlyAcrossKinds) {
+TEST(NumberTests, EqualityComparesValuesExactlyAcrossKinds)
+{
     EXPECT_EQ(Number(true), Number(1.0));
     EXPECT_EQ(Number(0.5F), Number(0.5));
     EXPECT_NE(Number(0.1F), Number(0.1));
@@ -52,7 +54,8 @@ TEST(NumberTests, EqualityComparesValuesExactlyAcrossKinds) {
     EXPECT_NE(Number(std::nan("")), Number(std::nan("")));
 }
 
-TEST(NumberTests, ExactIntRefusesWhatAnIntCannotHold) {
+TEST(NumberTests, ExactIntRefusesWhatAnIntCannotHold)
+{
     EXPECT_EQ(Number(3.0).exactInt(), 3);
     EXPECT_EQ(Number(intMin).exactInt(), intMin);
     EXPECT_EQ(Number(3.5).exactInt(), std::nullopt);
@@ -61,5 +64,5 @@ TEST(NumberTests, ExactIntRefusesWhatAnIntCannotHold) {
     EXPECT_EQ(Number(std::nan("")).exactInt(), std::nullopt);
 }
 
-}  // namespace
-}  // namespace corvane
+} // namespace
+} // namespace corvane

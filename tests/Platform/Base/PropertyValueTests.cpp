@@ -6,7 +6,8 @@
 namespace corvane {
 namespace {
 
-TEST(PropertyValueTests, AccessorsGiveTheHeldKindOnly) {
+TEST(PropertyValueTests, AccessorsGiveTheHeldKindOnly)
+{
     const PropertyValue values[] = {true,
                                     "text",
                                     Data{std::byte{0}, std::byte{255}},
@@ -26,7 +27,8 @@ TEST(PropertyValueTests, AccessorsGiveTheHeldKindOnly) {
     EXPECT_EQ(PropertyValue(), PropertyValue(0));
 }
 
-TEST(PropertyValueTests, EqualityIsDeepAndComparesNumbersByValue) {
+TEST(PropertyValueTests, EqualityIsDeepAndComparesNumbersByValue)
+{
     const PropertyDictionary one{{"list", PropertyArray{1, PropertyDictionary{{"deep", "x"}}}}};
     const PropertyDictionary same{{"list", PropertyArray{1.0, PropertyDictionary{{"deep", "x"}}}}};
     const PropertyDictionary other{{"list", PropertyArray{1, PropertyDictionary{{"deep", "y"}}}}};
@@ -35,12 +37,13 @@ TEST(PropertyValueTests, EqualityIsDeepAndComparesNumbersByValue) {
     EXPECT_NE(PropertyValue("1"), PropertyValue(1));
 }
 
-TEST(PropertyValueTests, FindGivesNullForAMissingKey) {
+TEST(PropertyValueTests, FindGivesNullForAMissingKey)
+{
     const PropertyDictionary dictionary{{"a", 1}};
     ASSERT_NE(find(dictionary, "a"), nullptr);
     EXPECT_EQ(find(dictionary, "a"), &dictionary.at("a"));
     EXPECT_EQ(find(dictionary, "b"), nullptr);
 }
 
-}  // namespace
-}  // namespace corvane
+} // namespace
+} // namespace corvane
