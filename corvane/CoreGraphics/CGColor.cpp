@@ -12,10 +12,10 @@ std::optional<CGColor> CGColors::create(std::string_view hexString)
 
 CGColor CGColors::randomColor() noexcept
 {
-    const CGFloat red = randomUnitValue<CGFloat>();
-    const CGFloat green = randomUnitValue<CGFloat>();
-    const CGFloat blue = randomUnitValue<CGFloat>();
-    return CGColor::genericRGB(red, green, blue);
+    const CGFloat r = randomUnitValue<CGFloat>();
+    const CGFloat g = randomUnitValue<CGFloat>();
+    const CGFloat b = randomUnitValue<CGFloat>();
+    return CGColor::genericRGB(r, g, b);
 }
 
 std::optional<RGBA> nsColor(const CGColor& color) noexcept

@@ -21,9 +21,9 @@ struct CGColors {
     }
     /// Absent where `RGBA::fromHexString` is.
     static CORVANE_API std::optional<CGColor> create(std::string_view hexString);
-    static constexpr CGColor create(CGFloat gray, CGFloat alpha) noexcept
+    static constexpr CGColor create(CGFloat white, CGFloat alpha) noexcept
     {
-        return CGColor::genericGray(gray, alpha);
+        return CGColor::genericGray(white, alpha);
     }
     /// Opaque; red, green and blue are three draws in hundredths, so none is ever 1.
     static CORVANE_API CGColor randomColor() noexcept;

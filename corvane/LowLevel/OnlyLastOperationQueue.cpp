@@ -14,9 +14,9 @@ DispatchQueue OnlyLastOperationQueue::notifierQueue() const
     return notifier_->current();
 }
 
-void OnlyLastOperationQueue::setNotifierQueue(DispatchQueue queue)
+void OnlyLastOperationQueue::setNotifierQueue(const DispatchQueue& queue)
 {
-    notifier_->set(std::move(queue));
+    notifier_->set(queue);
 }
 
 void OnlyLastOperationQueue::cancelAllOperations()

@@ -35,7 +35,7 @@ public:
     /// Where the first and the last stage run, each while the job waits; at first the main queue.
     DispatchQueue notifierQueue() const;
     /// Applies to every stage that has not been sent to its queue yet, of running jobs too.
-    void setNotifierQueue(DispatchQueue queue);
+    void setNotifierQueue(const DispatchQueue& queue);
 
     /// Drops the jobs that have not started and adds one, as a single step against other callers. `before`
     /// runs on the notifier queue, `load` takes its result and runs in the background, `after` takes the

@@ -73,7 +73,8 @@ std::vector<URL> chosenPictures(std::vector<URL> found, const Options& options,
         pictures.setFilteringBlock([&](const URL& url) {
             const std::string name = url.lastPathComponent();
             const auto matches = [](char a, char b) { return lowered(a) == lowered(b); };
-            return std::ranges::search(name, options.filter, matches).begin() != name.end();
+            return std::search(name.begin(), name.end(), options.filter.begin(), options.filter.end(),
+                               matches) != name.end();
         });
     if (options.isReversed)
         pictures.reverseOrder();

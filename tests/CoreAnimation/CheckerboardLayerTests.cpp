@@ -208,7 +208,7 @@ TEST(CheckerboardLayerTests, FractionalTilesKeepTheirSpacing)
 
 TEST(CheckerboardLayerTests, OddSizesDrawNothingAndStopNothing)
 {
-    for (const CGSize size : {CGSize{0, 10}, CGSize{-4, 4}, CGSize{NAN, 4}, CGSize{HUGE_VAL, 4}}) {
+    for (const CGSize size : {CGSize{0, 10}, CGSize{-4, 4}, CGSize{std::nan(""), 4}, CGSize{HUGE_VAL, 4}}) {
         CheckerboardLayer layer;
         layer.cellSize = size;
         layer.setBounds(CGRect::make(0, 0, 20, 20));

@@ -55,7 +55,7 @@ TEST(CGColorHelperTests, KitColoursAreClampedAndFinite)
 {
     EXPECT_EQ(nsColor(CGColor::genericGray(0.25, 0.5)), RGBA(0.25, 0.25, 0.25, 0.5));
     EXPECT_EQ(nsColor(CGColor::genericRGB(2, -1, 0.5)), RGBA(1, 0, 0.5));
-    EXPECT_EQ(nsColor(CGColor::genericRGB(0, NAN, 0)), std::nullopt);
+    EXPECT_EQ(nsColor(CGColor::genericRGB(0, std::nan(""), 0)), std::nullopt);
     EXPECT_EQ(nsColor(CGColor::genericGray(0, HUGE_VAL)), std::nullopt);
 }
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace corvane {
 namespace {
 
@@ -39,7 +41,7 @@ TEST(AngleTests, EverySettingNormalisesToOneTurn)
     EXPECT_TRUE(std::signbit(Angle::fromRadians(-0.0).value));
     EXPECT_EQ(Angle::fromRadians(-1e-20).value, PI_2_1); // the lift by one turn rounds up
     EXPECT_TRUE(std::isnan(Angle::fromRadians(HUGE_VAL).value));
-    EXPECT_TRUE(std::isnan(Angle::fromDegrees(NAN).value));
+    EXPECT_TRUE(std::isnan(Angle::fromDegrees(std::nan("")).value));
     EXPECT_EQ(Angle::degreesToRadians(720), 720 * 0.017453292519943295);
     EXPECT_EQ(Angle::radiansToDegrees(10), 10 * 57.29577951308232);
 }
@@ -55,7 +57,7 @@ TEST(AngleTests, TypesAreExact)
         {5e-324, acute},  {std::nextafter(PI_1_2, 0), acute},
         {PI_1_2, right},  {std::nextafter(PI_1_2, 4), obtuse},
         {PI_3_4, obtuse}, {PI_1_1, straight},
-        {PI_3_2, reflex}, {NAN, reflex},
+        {PI_3_2, reflex}, {std::nan(""), reflex},
     };
     for (const Row& row : rows)
         EXPECT_EQ(Angle::fromRadians(row.radians).type(), row.type) << row.radians;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 
 namespace corvane {
@@ -61,7 +62,7 @@ TEST(SegmentTests, ContainsLeavesOutTheUpperEdges)
     EXPECT_TRUE(diagonal.contains({1, 1.0000001})); // on the line at six decimals
     EXPECT_TRUE(diagonal.reversed().contains({0, 0}));
     EXPECT_FALSE((Segment{{0, 0}, {2, 0}}.contains({1, 0}))); // its rectangle is empty
-    EXPECT_FALSE(diagonal.contains({NAN, 1}));
+    EXPECT_FALSE(diagonal.contains({std::nan(""), 1}));
 }
 
 TEST(SegmentTests, DistancesAreToTheWholeLine)
@@ -90,7 +91,7 @@ TEST(SegmentTests, CrossingsCountTouchingEnds)
         {{{0, 0}, {4, 0}}, {{2, 0.001}, {2, 3}}, std::nullopt},
         {{{0, 0}, {2, 0}}, {{1, 0}, {3, 0}}, std::nullopt},         // they overlap, and have no one point
         {{{0, 0}, {0.001, 0}}, {{0, 0}, {0, 0.001}}, std::nullopt}, // too small to tell from parallel
-        {{{0, 0}, {NAN, 1}}, {{0, 1}, {1, 0}}, std::nullopt},
+        {{{0, 0}, {std::nan(""), 1}}, {{0, 1}, {1, 0}}, std::nullopt},
     };
     // Whichever way the segments run and whichever is asked: both signs of the denominator.
     for (const Row& row : rows)
@@ -133,7 +134,7 @@ TEST(SegmentTests, CrossesHorizontals)
     EXPECT_EQ(s.reversed().intersects(2), (CGPoint{4, 2}));
     EXPECT_EQ(s.intersects(0), (CGPoint{0, 0}));
     EXPECT_EQ(s.intersects(2.1), std::nullopt);
-    EXPECT_EQ(s.intersects(NAN), std::nullopt);
+    EXPECT_EQ(s.intersects(std::nan("")), std::nullopt);
     EXPECT_EQ((Segment{{0, 1}, {4, 1.000009}}.intersects(1)), std::nullopt);
 }
 

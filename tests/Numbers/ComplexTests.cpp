@@ -3,11 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <complex>
 #include <limits>
 #include <numbers>
 #include <random>
 #include <unordered_set>
+
+// The oracle is wider on purpose.
+#pragma GCC diagnostic ignored "-Wdouble-promotion"
 
 namespace corvane {
 namespace {

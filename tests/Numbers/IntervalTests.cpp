@@ -17,10 +17,10 @@ static_assert(unit.intersection({1, 2}) == Interval{1, 1} && !unit.intersection(
 TEST(IntervalTests, ReportsItsShape)
 {
     EXPECT_TRUE(unit.isValid() && Interval::zero.isValid());
-    EXPECT_FALSE((Interval{NAN, 1}.isValid()));
+    EXPECT_FALSE((Interval{std::nan(""), 1}.isValid()));
     EXPECT_TRUE(unit.isClosed());
     EXPECT_FALSE((Interval{-infinity, 0}.isClosed()));
-    EXPECT_FALSE((Interval{0, NAN}.isClosed()));
+    EXPECT_FALSE((Interval{0, std::nan("")}.isClosed()));
     EXPECT_EQ((Interval{-1, 4}.length()), 5);
     EXPECT_EQ((Interval{-1, 4}.middle()), 1.5);
     EXPECT_EQ(unit.withMin(2), (Interval{2, 1})); // not reordered
@@ -35,7 +35,7 @@ TEST(IntervalTests, ContainsEverythingUpToTheLargerEnd)
     EXPECT_TRUE(unit.contains(1));
     EXPECT_FALSE(unit.contains(2));
     EXPECT_TRUE((Interval{3, 1}.contains(3)));
-    EXPECT_FALSE(unit.contains(NAN));
+    EXPECT_FALSE(unit.contains(std::nan("")));
 }
 
 TEST(IntervalTests, SetOperationsTakeTouchingEndsAsCommon)
@@ -61,7 +61,7 @@ TEST(IntervalTests, MapsValues)
     EXPECT_EQ(interval.restrictValue(1), 2);
     EXPECT_EQ(interval.restrictValue(7), 6);
     EXPECT_EQ(interval.restrictValue(3), 3);
-    EXPECT_TRUE(std::isnan(interval.restrictValue(NAN)));
+    EXPECT_TRUE(std::isnan(interval.restrictValue(std::nan(""))));
     EXPECT_EQ(interval.scaleNormalizedValue(0.25), 3);
     EXPECT_EQ(interval.scaleNormalizedValue(2), 10);
     for (int n = 0; n < 200; ++n) {

@@ -3,19 +3,21 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace corvane {
 namespace {
 
 TEST(RealNumberDeathTests, ConversionsToAnIntegerRefuseWhatItCannotHold)
 {
     const char* const message = "cannot become an integer";
-    EXPECT_DEATH(static_cast<void>(intValue(NAN)), message);
+    EXPECT_DEATH(static_cast<void>(intValue(std::nan(""))), message);
     EXPECT_DEATH(static_cast<void>(roundInt(HUGE_VAL)), message);
     EXPECT_DEATH(static_cast<void>(floorInt(-1e19)), message);
     EXPECT_DEATH(static_cast<void>(ceilInt(0x1p63F)), message);
     EXPECT_DEATH(static_cast<void>(roundInt(1e18, 400)), message);
     EXPECT_DEATH(static_cast<void>(truncate(1e10, 12)), message);
-    EXPECT_DEATH(static_cast<void>(toByte(NAN)), message);
+    EXPECT_DEATH(static_cast<void>(toByte(std::nan(""))), message);
     EXPECT_DEATH(static_cast<void>(fraction(HUGE_VAL, 0.1)), message);
 }
 
@@ -26,7 +28,7 @@ TEST(RealNumberDeathTests, FractionsRefuseToOverflow)
 
 TEST(RealNumberDeathTests, TheMessageNamesTheCaller)
 {
-    EXPECT_DEATH(static_cast<void>(roundInt(NAN)), "RealNumberDeathTests.cpp");
+    EXPECT_DEATH(static_cast<void>(roundInt(std::nan(""))), "RealNumberDeathTests.cpp");
 }
 
 } // namespace

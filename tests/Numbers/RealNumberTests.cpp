@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <set>
 
@@ -83,7 +84,8 @@ TYPED_TEST(RealNumberTests, RemaindersAndSigns)
     EXPECT_FALSE(std::signbit(abs(T(-0.0))));
     EXPECT_TRUE(std::signbit(norm(T(-0.0))));
     EXPECT_EQ(norm(T(-3)), T(3));
-    EXPECT_TRUE(isInteger(T(-4)) && isInteger(T(HUGE_VAL)) && !isInteger(T(0.5)) && !isInteger(T(NAN)));
+    EXPECT_TRUE(isInteger(T(-4)) && isInteger(T(HUGE_VAL)) && !isInteger(T(0.5)) &&
+                !isInteger(T(std::nan(""))));
 }
 
 TEST(RealNumberToleranceTests, ComparesAtDecimalsAndWithinTolerances)
@@ -111,7 +113,7 @@ TYPED_TEST(RealNumberTests, ClampsGluesAndMakesBytes)
     EXPECT_EQ(glue(T(3), T(3.2), T(0.5)), T(3.2));
     EXPECT_EQ(glue(T(3), T(3.5), T(0.5)), T(3)); // exactly delta away
     EXPECT_EQ(glue(T(4), T(3.5), T(0.5)), T(4));
-    EXPECT_EQ(glue(T(NAN), T(3.5), T(0.5)), T(3.5)); // neither side refuses a NaN
+    EXPECT_EQ(glue(T(std::nan("")), T(3.5), T(0.5)), T(3.5)); // neither side refuses a NaN
     EXPECT_EQ(toByte(T(1)), 255);
     EXPECT_EQ(toByte(T(0.5)), 127);
     EXPECT_EQ(toByte(T(1.5)), 382);

@@ -15,7 +15,7 @@ namespace corvane {
 // dispatch queue that takes one operation after another; there are never more runners than operations may run
 // at once.
 struct OperationQueue::Core : std::enable_shared_from_this<Core> {
-    Core(DispatchQueue target, bool ownedByMain) : isMain(ownedByMain), queue(std::move(target)) {}
+    Core(const DispatchQueue& target, bool ownedByMain) : isMain(ownedByMain), queue(target) {}
 
     const bool isMain;
     Mutex mutex;

@@ -10,8 +10,8 @@
 #include <optional>
 #include <string_view>
 
-typedef struct _cairo cairo_t;
-typedef struct _cairo_surface cairo_surface_t;
+typedef struct _cairo cairo_t;                 // NOLINT(bugprone-reserved-identifier): cairo's own tags
+typedef struct _cairo_surface cairo_surface_t; // NOLINT(bugprone-reserved-identifier)
 
 namespace corvane {
 

@@ -194,7 +194,7 @@ std::string profileName(DataView profile)
         return {};
     std::string text;
     for (const wchar_t* at = wide; *at != 0; ++at) {
-        const auto scalar = static_cast<std::uint32_t>(*at);
+        const std::uint32_t scalar{static_cast<std::make_unsigned_t<wchar_t>>(*at)};
         if (scalar < 0x80) {
             text += static_cast<char>(scalar);
         } else if (scalar < 0x800) {

@@ -54,7 +54,8 @@ public:
         auto anchor = std::min((wanted - plain_) / spacing, anchors_.size() - 1);
         if (anchors_[anchor].unit > wanted) // an anchor may be a unit late, behind a pair
             --anchor;
-        auto [at, offset] = anchors_[anchor];
+        std::size_t at = anchors_[anchor].unit;
+        std::size_t offset = anchors_[anchor].offset;
         while (at < wanted) {
             const auto point = detail::codePointAt(text_, offset);
             offset += point.length;
@@ -178,7 +179,7 @@ std::variant<std::vector<Captures>, Failure> captures(std::string_view text, std
     uregex_setMatchCallback(
         regex.get(),
         [](const void* end, std::int32_t) -> UBool {
-            return processorNanoseconds() < *static_cast<const std::int64_t*>(end);
+            return processorNanoseconds() < *static_cast<const std::int64_t*>(end) ? 1 : 0;
         },
         &deadline, &status);
 

@@ -15,7 +15,10 @@ void expectToHoldOneOwner()
 {
     auto owned = std::make_shared<int>(0);
     {
-        Block block([owned, padding = std::array<char, size>{}] { ++*owned; });
+        Block block([owned, padding = std::array<char, size>{}] {
+            static_cast<void>(padding);
+            ++*owned;
+        });
         Block moved(std::move(block));
         EXPECT_FALSE(block);
         Block assigned([] {});

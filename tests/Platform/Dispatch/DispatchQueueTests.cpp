@@ -341,8 +341,6 @@ TEST(DispatchQueueTests, BlockedWorkersAreReplacedAndWorkThatNeverBlocksGetsNoMo
 {
     const Watchdog watchdog;
     const DispatchQueue queue("computing", DispatchQoS::utility, concurrent);
-    std::mutex mutex;
-    std::set<std::thread::id> threads;
     std::atomic<int> inside{0};
     std::atomic<int> most{0};
     const DispatchSemaphore done(0);

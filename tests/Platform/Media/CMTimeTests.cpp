@@ -44,7 +44,7 @@ TEST(CMTimeTests, SecondsBecomeTheNearestTickHalvesAwayFromZero)
     EXPECT_EQ(CMTime::makeWithSeconds(1e19, 600), plusInfinity);
     EXPECT_EQ(CMTime::makeWithSeconds(-1e300, 600), minusInfinity);
     EXPECT_EQ(CMTime::makeWithSeconds(HUGE_VAL, 600), plusInfinity);
-    EXPECT_EQ(CMTime::makeWithSeconds(NAN, 600), invalid);
+    EXPECT_EQ(CMTime::makeWithSeconds(std::nan(""), 600), invalid);
     EXPECT_EQ(CMTime::makeWithSeconds(1, 0), invalid);
     EXPECT_EQ(CMTime::make(1, -600), invalid);
 
@@ -147,7 +147,7 @@ TEST(CMTimeTests, MultipliesByWholeRealAndRatio)
     EXPECT_EQ(multiplyByFloat64(CMTime::make(most, 1), 2), plusInfinity);
     EXPECT_EQ(multiplyByFloat64(CMTime::make(-1, 1), HUGE_VAL), minusInfinity);
     EXPECT_EQ(multiplyByFloat64(CMTime::zero(), HUGE_VAL), invalid);
-    EXPECT_EQ(multiplyByFloat64(CMTime::make(1, 1), NAN), invalid);
+    EXPECT_EQ(multiplyByFloat64(CMTime::make(1, 1), std::nan("")), invalid);
 
     EXPECT_EQ(multiply(plusInfinity, -3), minusInfinity);
     EXPECT_EQ(multiplyByFloat64(minusInfinity, -0.5), plusInfinity);
