@@ -5,12 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <numeric>
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace corvane {
@@ -238,6 +241,53 @@ TEST(IndexedOperationsQueueTests, AnOperationKeepsItsPlaceUntilItsReportHasRetur
     EXPECT_EQ(reports, 3000);
     EXPECT_LE(highest, 3);
     EXPECT_EQ(inFlight, 0);
+}
+
+TEST(IndexedOperationsQueueTests, BlocksOfTheMainQueueKeepTheirTurnAmongReports)
+{
+    const Watchdog watchdog;
+    constexpr Int operations = 2000;
+    constexpr Int most = 4;
+    // What an operation has queued on the main queue runs before its report; and a block that queues itself
+    // again and again gets its turn between reports, of which at most one a place can be before it.
+    std::vector<int> announced(operations);
+    Int inFlight = 0;
+    Int highest = 0;
+    Int early = 0;
+    Int sinceTick = 0;
+    Int longestWait = 0;
+    bool isOver = false;
+    std::function<void()> tick = [&] {
+        longestWait = std::max(longestWait, std::exchange(sinceTick, 0));
+        if (isOver)
+            RunLoop::main().stop();
+        else
+            DispatchQueue::main().async([&] { tick(); });
+    };
+    IndexedOperationsQueue queue(DispatchQoS::unspecified);
+    queue.maxConcurrentOperationCount = most;
+    queue.willPerformOperation = [&](Int) -> std::any {
+        highest = std::max(highest, ++inFlight);
+        return {};
+    };
+    queue.performOperation = [&](Int index, const std::any&) -> std::any {
+        DispatchQueue::main().async([&, index] { announced[static_cast<std::size_t>(index)] = 1; });
+        return {};
+    };
+    queue.didPerformOperation = [&](Int index, const std::any&) {
+        early += announced[static_cast<std::size_t>(index)] == 0;
+        --inFlight;
+        ++sinceTick;
+    };
+    queue.didPostProcessAllOperations = [&] { isOver = true; };
+    tick();
+    queue.performOperations(operations);
+    RunLoop::main().run();
+    EXPECT_EQ(std::count(announced.begin(), announced.end(), 1), operations);
+    EXPECT_EQ(early, 0);
+    EXPECT_EQ(inFlight, 0);
+    EXPECT_LE(highest, most);
+    EXPECT_LE(longestWait, most);
 }
 
 TEST(IndexedOperationsQueueTests, ReportsReplaceSettingsForTheNextReading)
