@@ -325,33 +325,32 @@ TEST(IndexedOperationsQueueTests, ReportsReplaceSettingsForTheNextReading)
 TEST(IndexedOperationsQueueTests, ABatchThatEndsReleasesTheWaiterOfANewerOne)
 {
     const Watchdog watchdog;
-    const DispatchSemaphore first(0);
-    const DispatchSemaphore second(0);
-    const DispatchSemaphore firstEnded(0);
-    const DispatchSemaphore secondEnded(0);
+    const DispatchSemaphore started(0);
+    const DispatchSemaphore open(0);
+    const DispatchSemaphore ended(0);
     IndexedOperationsQueue queue(DispatchQoS::unspecified);
     queue.notifierQueue = notifier();
-    queue.performOperation = [&](Int, const std::any&) -> std::any {
-        first.wait();
+    queue.performOperation = [=](Int, const std::any&) -> std::any {
+        started.signal();
+        open.wait();
         return {};
     };
+    queue.didPostProcessAllOperations = [=] { ended.signal(); };
     queue.performOperations(1);
     const DispatchSemaphore endOfFirst = *queue.waitEndSemaphore;
-    queue.performOperation = [&](Int, const std::any&) -> std::any {
-        second.wait();
-        return {};
-    };
-    // The first batch may read either performer: both get what they need.
+    started.wait();
     queue.performOperations(1);
     EXPECT_NE(*queue.waitEndSemaphore, endOfFirst);
     const DispatchSemaphore endOfSecond = *queue.waitEndSemaphore;
-    first.signal();
-    second.signal();
-    endOfSecond.wait(); // whichever ends first
+    started.wait();
+    open.signal();
+    endOfSecond.wait();                        // whichever ends first
+    queue.waitUntilAllOperationsAreFinished(); // returns while the other batch runs
+    ended.wait();
+    EXPECT_FALSE(ended.wait(TimeInterval(0)));
     EXPECT_FALSE(endOfFirst.wait(TimeInterval(0)));
-    first.signal();
-    second.signal();
-    queue.waitUntilAllOperationsAreFinished();
+    open.signal();
+    ended.wait();
 }
 
 TEST(IndexedOperationsQueueTests, ItMayBeDestroyedWhileABatchRuns)
