@@ -52,6 +52,8 @@ check_tsan() {
 # The tests, then image files damaged at random for a bounded time.
 check_asan() {
     build asan-ubsan || return
+    # What other libraries keep for the life of the process, in the programs that the tests run too.
+    export LSAN_OPTIONS=suppressions=$root/tests/Support/LeaksOfOthers.txt:print_suppressions=0
     local mutations=build/asan-ubsan/tests/corvane_image_mutations
     if [[ -x $mutations ]]; then
         step "Damaged images" "$mutations" 10000 180 || return

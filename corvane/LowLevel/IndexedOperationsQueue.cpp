@@ -275,8 +275,11 @@ void Batch::waitForPlace()
 // The last thing that is done with the batch for these operations: it may be gone afterwards.
 void Batch::finished(Int operations)
 {
-    if (remaining_.fetch_sub(operations) == operations)
-        queue_.async([batch = shared_from_this()] { batch->conclude(); });
+    if (remaining_.fetch_sub(operations) != operations)
+        return;
+    // The block may have ended, and its hold on the batch with it, before `async` returns from this batch's queue.
+    const std::shared_ptr<Batch> batch = shared_from_this();
+    queue_.async([batch] { batch->conclude(); });
 }
 
 void Batch::conclude()

@@ -21,9 +21,10 @@ namespace corvane {
 /// before it has ended and before anything given after it starts.
 ///
 ///     DispatchQueue values("com.example.values", DispatchQoS::unspecified,
-///     DispatchQueue::Attributes::concurrent); values.asyncBarrier([&] { table["a"] = 1; }); // a write,
-///     nobody waits for it int a = values.sync([&] { return table.at("a"); });                // a read; sees
-///     the write above DispatchQueue::main().async([a] { label.show(a); });
+///                          DispatchQueue::Attributes::concurrent);
+///     values.asyncBarrier([&] { table["a"] = 1; });           // a write, nobody waits for it
+///     int a = values.sync([&] { return table.at("a"); });     // a read; sees the write above
+///     DispatchQueue::main().async([a] { label.show(a); });
 ///
 /// Blocks given to `async` run on a shared pool of threads, as many as there are processors. A block that
 /// blocks (in `sync`, in a semaphore, in a system call) is replaced by another thread as long as work waits,
@@ -54,7 +55,8 @@ public:
     const std::string& label() const noexcept;
     DispatchQoS qos() const noexcept;
 
-    /// Runs `block` when its turn comes; returns at once.
+    /// Runs `block` when its turn comes; returns at once. The handle must outlive the call: where the block drops
+    /// the last one, call through a copy.
     void async(Block block) const;
     /// The same, alone on a concurrent queue. On a serial queue a plain `async`.
     void asyncBarrier(Block block) const;

@@ -86,11 +86,18 @@ bool DispatchSemaphore::wait(TimeInterval timeout) const
     }
 }
 
-// A static handle may go at exit while blocks that still run use it: then the core stays.
+// A static handle may go at exit while blocks that still run use it: then the core stays, within reach, so that it
+// does not count as lost.
 void DispatchSemaphore::destroy() const noexcept
 {
-    if (!WorkerPool::isProcessExiting())
+    static constinit std::atomic<SemaphoreCore*> kept{nullptr};
+    if (!WorkerPool::isProcessExiting()) {
         delete core_;
+        return;
+    }
+    core_->nextKept = kept.load(std::memory_order_relaxed);
+    while (!kept.compare_exchange_weak(core_->nextKept, core_)) {
+    }
 }
 
 void DispatchSemaphore::wakeOne() const

@@ -19,6 +19,7 @@ struct SemaphoreCore {
     std::atomic<Int> count;
     std::atomic<std::uint32_t> permits{0};
     std::atomic<std::uint32_t> references{1};
+    SemaphoreCore* nextKept = nullptr; // of those that outlive their last handle, at exit
 };
 
 } // namespace detail

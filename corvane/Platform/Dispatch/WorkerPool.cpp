@@ -248,6 +248,8 @@ void WorkerPool::atOwnPriority(Block work)
 
 void WorkerPool::startWorker()
 {
+    // A second time: what is static and was made after the first queue goes before the first call of it.
+    [[maybe_unused]] static const int registered = std::atexit(stopAtExit);
     if (nice_ != 0)
         starter(); // before there is a thread of lower priority
     auto* const worker = new Worker;
