@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <corvane/AppSupport/Bundle.h>
 #include <corvane/LowLevel/IndexedOperationsQueue.h>
+#include <corvane/LowLevel/LibraryQueue.h>
 #include <corvane/Platform/Base/Fatal.h>
 #include <corvane/Platform/Base/Mutex.h>
 #include <corvane/Platform/Dispatch/WorkerPool.h>
@@ -20,8 +20,8 @@ Mutex endMutex;
 
 DispatchQueue buildOperationsQueue(DispatchQoS qualityOfService)
 {
-    return DispatchQueue(uniqueID(Bundle::library(), "IndexedOperationsQueue"), qualityOfService,
-                         DispatchQueue::Attributes::concurrent);
+    return detail::libraryQueue("IndexedOperationsQueue", DispatchQueue::Attributes::concurrent,
+                                qualityOfService);
 }
 
 // One batch. Operations run in lanes: a lane is a block of the batch queue that takes a free place and then claims
