@@ -124,6 +124,7 @@ corvane_wanted(Files
 corvane_wanted(App
     FOLDERS Platform/Storage UserSettings UserKeychain
     ALSO AppSupport/ReviewRequestMaker
+    PRIVATE Platform/Storage/Database
     USES Core Files
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics
@@ -133,6 +134,12 @@ corvane_wanted(Graphics
             Platform/Graphics/ImageCodec Platform/Graphics/RasterBuilder
     USES Core Files
     MODULES CAIRO=cairo JPEG=libjpeg PNG=libpng TIFF=libtiff-4 HEIF=libheif LCMS=lcms2)
+
+# Headers alone, so nothing that a program would have to link.
+corvane_require(JSON nlohmann_json)
+if(TARGET CorvaneCore)
+    target_link_libraries(CorvaneCore PRIVATE $<BUILD_INTERFACE:PkgConfig::JSON>)
+endif()
 
 # The library's own bundle tells its version.
 set_source_files_properties(${PROJECT_SOURCE_DIR}/corvane/Platform/Base/Bundle.cpp PROPERTIES
