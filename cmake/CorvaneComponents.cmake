@@ -119,7 +119,7 @@ corvane_wanted(Text
     MODULES ICU=icu-i18n ICUUC=icu-uc)
 corvane_wanted(Files
     FOLDERS Platform/Files FilesAndData
-    PRIVATE Platform/Files/CopyContents Platform/Files/TypeIdentifierTable
+    PRIVATE Platform/Files/CopyContents Platform/Files/FileIdentity Platform/Files/TypeIdentifierTable
     USES Core)
 corvane_wanted(App
     FOLDERS Platform/Storage UserSettings UserKeychain

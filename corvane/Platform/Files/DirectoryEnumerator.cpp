@@ -119,6 +119,7 @@ struct DirectoryEnumerator::State {
                 return false;
         }
         name = text;
+        inode = entry.d_ino;
         switch (entry.d_type) {
         case DT_REG:
             type = ItemType::file;
@@ -226,6 +227,7 @@ struct DirectoryEnumerator::State {
     bool showAgain(std::string_view folder)
     {
         name = folder;
+        inode = 0;
         type = ItemType::directory;
         return isSecondSight = true;
     }
@@ -274,6 +276,7 @@ struct DirectoryEnumerator::State {
 
     std::string_view name;
     ItemType type = ItemType::other;
+    ino64_t inode = 0;
     bool descends = false;
     bool isSecondSight = false;
 };
@@ -299,6 +302,11 @@ std::string_view DirectoryEnumerator::name() const noexcept
 DirectoryEnumerator::ItemType DirectoryEnumerator::type() const noexcept
 {
     return state_->type;
+}
+
+std::uint64_t DirectoryEnumerator::inode() const noexcept
+{
+    return state_->inode;
 }
 
 bool DirectoryEnumerator::leadsToFile() const noexcept

@@ -5,6 +5,7 @@
 #include <corvane/Platform/Base/Types.h>
 #include <corvane/Platform/Base/URL.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -51,6 +52,9 @@ public:
 
     std::string_view name() const noexcept;
     ItemType type() const noexcept;
+    /// As the folder's listing has it: where another file system is mounted on the item, of what lies beneath.
+    /// 0 for a folder seen a second time.
+    std::uint64_t inode() const noexcept;
     /// Whether the item, or what it leads to when it is a symbolic link, exists and is no folder. Asks the
     /// file system for symbolic links only.
     bool leadsToFile() const noexcept;
