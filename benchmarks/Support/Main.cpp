@@ -16,7 +16,7 @@ namespace {
 
 struct Goal {
     std::string subject;
-    std::string peer; // empty: a goal in nanoseconds
+    std::string peer; // empty: a goal in nanoseconds or bytes
     double atMost;
     Measure measure;
 };
@@ -30,9 +30,17 @@ std::vector<Goal>& goals()
 struct Median {
     double wallNanoseconds;
     double processorNanoseconds;
+    double bytes;
     double of(Measure measure) const
     {
-        return measure == Measure::wallTime ? wallNanoseconds : processorNanoseconds;
+        switch (measure) {
+        case Measure::memory:
+            return bytes;
+        case Measure::processorTime:
+            return processorNanoseconds;
+        default:
+            return wallNanoseconds;
+        }
     }
 };
 
@@ -56,8 +64,10 @@ public:
             if (const auto rate = run.counters.find("items_per_second"); rate != run.counters.end())
                 items = rate->second.value * run.GetAdjustedRealTime() / multiplier(run);
             const double scale = 1e9 / multiplier(run) / items;
+            const auto told = run.counters.find("bytes");
+            const double bytes = told == run.counters.end() ? 0 : told->second.value;
             medians_[subject(run) + "/" + who(run)] = {run.GetAdjustedRealTime() * scale,
-                                                       run.GetAdjustedCPUTime() * scale};
+                                                       run.GetAdjustedCPUTime() * scale, bytes};
         }
         ConsoleReporter::ReportRuns(shown);
     }
@@ -75,14 +85,15 @@ public:
                 continue;
             const double mine = ours->second.of(goal.measure);
             if (goal.peer.empty()) {
-                print(goal.subject, mine, 0, mine, goal.atMost, allMet);
+                print(goal.subject + unit(goal), mine, 0, mine, goal.atMost, allMet);
                 continue;
             }
             const auto theirs = medians_.find(goal.subject + "/" + goal.peer);
             if (theirs == medians_.end())
                 continue;
             const double other = theirs->second.of(goal.measure);
-            print(goal.subject + " / " + goal.peer, mine, other, mine / other, goal.atMost, allMet);
+            print(goal.subject + unit(goal) + " / " + goal.peer, mine, other, mine / other, goal.atMost,
+                  allMet);
         }
         for (const auto& [name, median] : medians_) {
             const auto slash = name.rfind('/');
@@ -110,6 +121,7 @@ private:
         const std::string& full = run.run_name.function_name;
         return full.substr(full.rfind('/') + 1);
     }
+    static const char* unit(const Goal& goal) { return goal.measure == Measure::memory ? ", bytes" : ""; }
     static bool hasGoal(const std::string& name)
     {
         for (const Goal& goal : goals())
@@ -139,6 +151,11 @@ RatioGoal::RatioGoal(std::string subject, std::string peer, double atMost, Measu
 TimeGoal::TimeGoal(std::string subject, double atMostNanoseconds, Measure measure)
 {
     goals().push_back({std::move(subject), {}, atMostNanoseconds, measure});
+}
+
+MemoryGoal::MemoryGoal(std::string subject, double atMostBytes)
+{
+    goals().push_back({std::move(subject), {}, atMostBytes, Measure::memory});
 }
 
 } // namespace corvane::benchmarks

@@ -243,8 +243,8 @@ TEST(StringTests, CommonSubsequencesAreThoseOfTheTable)
     };
     for (int round = 0; round < 120000; ++round) {
         const std::size_t letters = 1 + random() % alphabet.size();
-        // Mostly short; now and then wide enough for several words and blocks.
-        const std::size_t most = round % 400 == 0 ? 300 : 14;
+        // Mostly short; now and then wide and long enough for several tiles.
+        const std::size_t most = round % 1000 == 0 ? 900 : 14;
         const std::string a = text(letters, most), b = text(letters, most);
         const auto found = commonSubsequence(Strings{a, b});
         ASSERT_EQ(found, tableSubsequence(a, b)) << a << " and " << b;
@@ -253,6 +253,14 @@ TEST(StringTests, CommonSubsequencesAreThoseOfTheTable)
             ASSERT_EQ(commonSubsequence(Strings{a, b, c}), tableSubsequence(*found, c)) << a << b << c;
         }
     }
+    // So wide that a tile has more than one strip of columns.
+    std::string few, many;
+    while (few.size() < 300)
+        few += text(3, 50);
+    while (many.size() < 70'000)
+        many += text(3, 50);
+    EXPECT_EQ(commonSubsequence(Strings{few, many}), tableSubsequence(few, many));
+    EXPECT_EQ(commonSubsequence(Strings{many, few}), tableSubsequence(many, few));
 }
 
 TEST(StringTests, CommonSubsequencesOfManyDifferentCharacters)
