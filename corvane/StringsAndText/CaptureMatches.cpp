@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <corvane/Platform/Text/Characters.h>
 #include <corvane/Platform/Text/RegularExpression.h>
 #include <corvane/StringsAndText/String.h>
 
@@ -10,8 +9,7 @@ namespace corvane {
 
 std::vector<std::vector<std::string>> captureMatches(std::string_view text, std::string_view pattern)
 {
-    // The count of characters stands for that of units, so a text of longer characters is not searched to its end.
-    auto found = RegularExpression::captures(text, pattern, characterCount(text));
+    auto found = RegularExpression::captures(text, pattern);
     if (const auto* failure = std::get_if<RegularExpression::Failure>(&found)) {
         const bool isInvalid = failure->kind == RegularExpression::Failure::Kind::invalidPattern;
         std::printf("%s%s\n",

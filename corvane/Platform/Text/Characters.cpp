@@ -218,6 +218,12 @@ std::size_t skipPlain(std::string_view text, std::size_t offset, Int& characters
 
 } // namespace
 
+bool detail::isAloneByTable(CodePoint point) noexcept
+{
+    const auto kind = static_cast<Kind>(classAt(point) & kindMask);
+    return kind == other || kind == control || kind == pict;
+}
+
 std::size_t skipCharacters(std::string_view text, std::size_t offset, Int& characters) noexcept
 {
     while (characters > 0 && offset < text.size()) {

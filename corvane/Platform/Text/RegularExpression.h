@@ -2,7 +2,6 @@
 #pragma once
 
 #include <corvane/Platform/Base/Export.h>
-#include <corvane/Platform/Base/Types.h>
 
 #include <string>
 #include <string_view>
@@ -20,10 +19,10 @@ struct Failure {
 /// What the groups of a match captured, in order; those that took no part are left out.
 using Captures = std::vector<std::string>;
 
-/// All matches of `pattern`, in ICU's syntax, in the first `units` UTF-16 units of `text` (each byte that is no
-/// UTF-8 is a unit, which reads as U+FFFD and is captured as it was). Bounded in time, memory and size as
-/// `captureMatches` says; texts are searched up to two thousand million units. Thread-safe.
-[[nodiscard]] CORVANE_API std::variant<std::vector<Captures>, Failure>
-captures(std::string_view text, std::string_view pattern, Int units);
+/// All matches of `pattern`, in ICU's syntax, in the first UTF-16 units of `text`, as many as it has characters.
+/// Each byte that is no UTF-8 is a unit, which reads as U+FFFD and is captured as it was. Bounded in time and
+/// memory as `captureMatches` says; texts are searched up to two thousand million units. Thread-safe.
+[[nodiscard]] CORVANE_API std::variant<std::vector<Captures>, Failure> captures(std::string_view text,
+                                                                                std::string_view pattern);
 
 } // namespace corvane::RegularExpression

@@ -52,6 +52,17 @@ constexpr CodePoint codePointAt(std::string_view text, std::size_t at) noexcept
     return {badByte + first, 1};
 }
 
+/// Whether a code point is a character of its own wherever all its neighbours say so too; a carriage return is no
+/// such neighbour.
+bool isAloneByTable(CodePoint point) noexcept;
+inline bool standsAlone(CodePoint point) noexcept
+{
+    if (point.value < 0x300)
+        return point.value != 0x0D;
+    const bool isIdeograph = point.value >= 0x4E00 && point.value < 0xA000;
+    return isIdeograph || isAloneByTable(point);
+}
+
 /// Appends a code point; one that no text may hold becomes U+FFFD.
 inline void appendUtf8(std::string& out, char32_t value)
 {
