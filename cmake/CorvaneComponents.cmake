@@ -124,7 +124,8 @@ corvane_wanted(Files
 corvane_wanted(App
     FOLDERS Platform/Storage UserSettings UserKeychain
     ALSO AppSupport/ReviewRequestMaker
-    PRIVATE Platform/Storage/Database
+    PRIVATE Platform/Storage/Database Platform/Storage/DefaultsFile Platform/Storage/DefaultsStore
+            Platform/Storage/FolderWatcher
     USES Core Files
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics

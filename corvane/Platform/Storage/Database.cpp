@@ -23,6 +23,8 @@ using Clock = std::chrono::steady_clock;
 
 DatabaseStatus statusOf(int code)
 {
+    if (code == SQLITE_IOERR_SHMSIZE)
+        return DatabaseStatus::full;
     switch (code & 0xff) {
     case SQLITE_OK:
     case SQLITE_ROW:
@@ -148,6 +150,11 @@ DatabaseStatus Database::check() const
     return check.textAt(0) == "ok" ? DatabaseStatus::ok : DatabaseStatus::damaged;
 }
 
+bool Database::isReadOnly() const
+{
+    return sqlite3_db_readonly(connection_->handle, "main") == 1;
+}
+
 Int Database::dataVersion() const
 {
     Statement& version = connection_->dataVersion;
@@ -235,15 +242,15 @@ DataView Statement::dataAt(int column) const
             data == nullptr ? 0 : static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
-std::optional<FileIdentity> FileIdentity::of(const std::string& path)
+std::optional<FileNumber> FileNumber::of(const std::string& path)
 {
     struct stat state {};
     if (::stat(path.c_str(), &state) != 0)
         return std::nullopt;
-    return FileIdentity{state.st_dev, state.st_ino};
+    return FileNumber{state.st_dev, state.st_ino};
 }
 
-std::optional<std::string> setDatabaseAside(const std::string& path, const FileIdentity& damaged,
+std::optional<std::string> setDatabaseAside(const std::string& path, const FileNumber& damaged,
                                             std::error_code& error)
 {
     error.clear();
@@ -258,7 +265,7 @@ std::optional<std::string> setDatabaseAside(const std::string& path, const FileI
     } const folder{::open(folderPath.empty() ? "." : folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     if (folder.descriptor < 0 || ::flock(folder.descriptor, LOCK_EX) != 0)
         return failed();
-    if (FileIdentity::of(path) != damaged)
+    if (FileNumber::of(path) != damaged)
         return std::nullopt;
     for (int number = 1; number < 1000; ++number) {
         const std::string aside = path + ".damaged-" + std::to_string(number);
@@ -266,8 +273,7 @@ std::optional<std::string> setDatabaseAside(const std::string& path, const FileI
             continue;
         // The log goes first: whoever found it beside a new file would take it for that one's.
         for (const char* suffix : {"-wal", "-shm", ""})
-            if (::renameat2(AT_FDCWD, (path + suffix).c_str(), AT_FDCWD, (aside + suffix).c_str(),
-                            RENAME_NOREPLACE) != 0 &&
+            if (::rename((path + suffix).c_str(), (aside + suffix).c_str()) != 0 &&
                 (errno != ENOENT || *suffix == '\0'))
                 return failed();
         return aside;

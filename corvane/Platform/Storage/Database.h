@@ -120,6 +120,7 @@ public:
     DatabaseStatus useWriteAheadLog() const;
     /// Whether pages, order and free space agree with each other. Reads the whole file.
     DatabaseStatus check() const;
+    bool isReadOnly() const;
     /// Grows when another connection has committed.
     Int dataVersion() const;
     /// Of the last failure, for a person to read.
@@ -168,18 +169,18 @@ private:
 };
 
 /// Which file a path leads to at the moment.
-struct FileIdentity {
+struct FileNumber {
     dev_t device;
     ino_t number;
 
-    static std::optional<FileIdentity> of(const std::string& path);
-    friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+    static std::optional<FileNumber> of(const std::string& path);
+    friend bool operator==(const FileNumber&, const FileNumber&) = default;
 };
 
 /// Renames `damaged`, which stood at `path`, to "<path>.damaged-1" or the next free number, and its log and
 /// index with it. Nothing happens, and the answer is empty with no error, when another file stands there by
 /// now: somebody else has done it. Of several processes that see the same damage one acts.
-std::optional<std::string> setDatabaseAside(const std::string& path, const FileIdentity& damaged,
+std::optional<std::string> setDatabaseAside(const std::string& path, const FileNumber& damaged,
                                             std::error_code& error);
 
 } // namespace corvane

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <corvane/Platform/Storage/DefaultsFile.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace corvane {
+
+namespace {
+
+constexpr std::chrono::seconds patience(5);
+constexpr Int applicationID = 0x436f7276;
+constexpr Int format = 1;
+constexpr const char* schema = "PRAGMA application_id=0x436f7276;"
+                               "PRAGMA user_version=1;"
+                               "CREATE TABLE settings (key TEXT PRIMARY KEY, value BLOB NOT NULL,"
+                               " checksum INTEGER NOT NULL) STRICT, WITHOUT ROWID;";
+
+std::string errorText(int error)
+{
+    return std::system_category().message(error);
+}
+
+Int number(const Database& database, std::string_view pragma)
+{
+    Statement statement = database.prepare(pragma);
+    const Int result = statement.step() ? statement.intAt(0) : -1;
+    return result;
+}
+
+} // namespace
+
+Int defaultsChecksum(std::string_view key, DataView archive) noexcept
+{
+    // FNV-1a: each byte is folded in by steps that can be undone, so a difference is never lost again.
+    std::uint64_t hash = 0xcbf29ce484222325;
+    const auto fold = [&hash](unsigned char byte) { hash = (hash ^ byte) * 0x100000001b3; };
+    for (const char c : key)
+        fold(static_cast<unsigned char>(c));
+    fold(0);
+    for (const std::byte byte : archive)
+        fold(std::to_integer<unsigned char>(byte));
+    return static_cast<Int>(hash);
+}
+
+DatabaseStatus DefaultsFile::failed(DatabaseStatus status, std::string message)
+{
+    message_ = path_ + ": " + std::move(message);
+    return status;
+}
+
+DatabaseStatus DefaultsFile::noted(DatabaseStatus status)
+{
+    return status == DatabaseStatus::ok ? status : failed(status, database_->message());
+}
+
+void DefaultsFile::close() noexcept
+{
+    transaction_.reset();
+    read_ = {};
+    put_ = {};
+    erase_ = {};
+    database_.reset();
+    writability_ = DatabaseStatus::ok;
+}
+
+// The file appears under its name with everything in it: nobody, after a kill at any moment, finds half of one.
+bool DefaultsFile::create()
+{
+    const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
+    std::filesystem::path made;
+    for (const std::filesystem::path& part : folder) { // 0700, as the base directories are meant to be
+        made /= part;
+        if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST) {
+            struct stat known {};
+            const int error = errno;
+            if (::stat(made.c_str(), &known) != 0)
+                return failed(DatabaseStatus::cannotOpen, errorText(error)), false;
+        }
+    }
+    std::string fresh = path_ + ".new-XXXXXX";
+    const int file = ::mkostemp(fresh.data(), O_CLOEXEC);
+    if (file < 0)
+        return failed(DatabaseStatus::cannotOpen, errorText(errno)), false;
+    ::close(file);
+    DatabaseStatus status = DatabaseStatus::failed;
+    {
+        const auto database = Database::open(fresh, Database::Mode::readWrite, patience, status);
+        if (database) {
+            status = database->useWriteAheadLog();
+            if (status == DatabaseStatus::ok)
+                status = database->execute(schema);
+            if (status != DatabaseStatus::ok)
+                failed(status, database->message());
+        }
+    }
+    bool linked = false;
+    if (status == DatabaseStatus::ok) {
+        linked = ::link(fresh.c_str(), path_.c_str()) == 0 || errno == EEXIST; // by another process, as good
+        if (!linked)
+            failed(DatabaseStatus::cannotOpen, errorText(errno));
+    }
+    for (const char* suffix : {"", "-wal", "-shm"})
+        ::unlink((fresh + suffix).c_str());
+    return linked;
+}
+
+DatabaseStatus DefaultsFile::connect(Database::Mode mode)
+{
+    DatabaseStatus status = DatabaseStatus::failed;
+    database_ = Database::open(path_, mode, patience, status);
+    if (!database_)
+        return failed(status, "cannot be opened");
+    // The first statement is the first to look into the file.
+    status = database_->execute(
+        "PRAGMA synchronous=NORMAL; PRAGMA cell_size_check=ON; SELECT count(*) FROM sqlite_schema");
+    if (status != DatabaseStatus::ok)
+        return noted(status);
+    if (number(*database_, "PRAGMA application_id") != applicationID)
+        return failed(DatabaseStatus::damaged, "not a settings file");
+    if (number(*database_, "PRAGMA user_version") > format)
+        return failed(DatabaseStatus::failed, "written by a newer version");
+    if (database_->isReadOnly())
+        writability_ = failed(DatabaseStatus::readOnly, "may not be written");
+    else
+        status = database_->useWriteAheadLog();
+    if (status == DatabaseStatus::ok)
+        status = database_->check();
+    if (status == DatabaseStatus::damaged)
+        return failed(status, "database disk image is malformed");
+    dataVersion_ = database_->dataVersion();
+    read_ = database_->prepare("SELECT key, value, checksum FROM settings");
+    put_ = database_->prepare("REPLACE INTO settings VALUES (?1, ?2, ?3)");
+    erase_ = database_->prepare("DELETE FROM settings WHERE key = ?1");
+    return noted(status);
+}
+
+DatabaseStatus DefaultsFile::open()
+{
+    close();
+    struct stat known {};
+    while (::stat(path_.c_str(), &known) != 0) {
+        if (errno != ENOENT)
+            return failed(DatabaseStatus::cannotOpen, errorText(errno));
+        if (!create())
+            return DatabaseStatus::cannotOpen;
+    }
+    opened_ = FileNumber{known.st_dev, known.st_ino};
+    if (!S_ISREG(known.st_mode))
+        return failed(DatabaseStatus::damaged, "not a file");
+    if (::faccessat(AT_FDCWD, path_.c_str(), R_OK, AT_EACCESS) != 0 && errno == EACCES)
+        return failed(DatabaseStatus::damaged, errorText(EACCES));
+    DatabaseStatus status = connect(Database::Mode::readWrite);
+    if (status == DatabaseStatus::ok || status == DatabaseStatus::damaged)
+        return status;
+    // Without room or permission for the log's index no connection can be made, but a file that was closed in
+    // order has no log, and can be read as it stands.
+    struct stat log {};
+    if (status != DatabaseStatus::busy && (::stat((path_ + "-wal").c_str(), &log) != 0 || log.st_size == 0)) {
+        std::string reason = message_;
+        close();
+        if (connect(Database::Mode::immutable) == DatabaseStatus::ok) {
+            message_ = std::move(reason);
+            writability_ = status;
+            return DatabaseStatus::ok;
+        }
+        message_ = std::move(reason);
+    }
+    close();
+    return status;
+}
+
+bool DefaultsFile::isCurrent() const
+{
+    return isOpen() && FileNumber::of(path_) == opened_;
+}
+
+bool DefaultsFile::hasChanged()
+{
+    const Int version = database_->dataVersion();
+    return std::exchange(dataVersion_, version) != version;
+}
+
+DatabaseStatus DefaultsFile::read(const std::function<bool(const DefaultsEntry&)>& use)
+{
+    read_.bind();
+    while (read_.step()) {
+        const DefaultsEntry entry{read_.textAt(0), read_.dataAt(1), read_.intAt(2)};
+        if (defaultsChecksum(entry.key, entry.archive) != entry.checksum || !use(entry)) {
+            read_.reset();
+            return failed(DatabaseStatus::damaged, "an entry contradicts its checksum");
+        }
+    }
+    return noted(read_.status());
+}
+
+DatabaseStatus DefaultsFile::begin()
+{
+    transaction_.emplace(*database_);
+    const DatabaseStatus status = noted(transaction_->status());
+    if (status != DatabaseStatus::ok)
+        transaction_.reset();
+    return status;
+}
+
+DatabaseStatus DefaultsFile::commit()
+{
+    const DatabaseStatus status = noted(transaction_->commit());
+    transaction_.reset();
+    return status;
+}
+
+DatabaseStatus DefaultsFile::synchronize()
+{
+    // A checkpoint syncs the log before it copies from it, and the file afterwards.
+    Statement checkpoint = database_->prepare("PRAGMA wal_checkpoint(TRUNCATE)");
+    if (!checkpoint.step())
+        return noted(checkpoint.status());
+    if (checkpoint.intAt(0) != 0)
+        return failed(DatabaseStatus::busy, "database is locked");
+    return DatabaseStatus::ok;
+}
+
+bool DefaultsFile::setAside(std::optional<std::string>& newPath)
+{
+    close();
+    std::error_code error;
+    if (opened_)
+        newPath = setDatabaseAside(path_, *opened_, error);
+    if (error)
+        message_ += "; and it cannot be set aside: " + error.message();
+    return !error;
+}
+
+} // namespace corvane

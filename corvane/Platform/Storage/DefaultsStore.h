@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <corvane/Platform/Base/Mutex.h>
+#include <corvane/Platform/Base/PropertyValue.h>
+#include <corvane/Platform/Storage/DefaultsFile.h>
+#include <corvane/Platform/Storage/UserDefaults.h>
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+namespace corvane {
+
+/// What the handles of one suite share: its entries in memory, and the file behind them unless it is kept in
+/// memory alone. Reads never touch the file. Thread-safe.
+///
+/// Two locks: `writing_` is held by whoever writes, for as long as that takes, and keeps the file; `reading_`
+/// is held for moments and keeps the entries. Entries change under both, so a writer may look at them under
+/// its own lock.
+class DefaultsStore : public std::enable_shared_from_this<DefaultsStore> {
+public:
+    static std::shared_ptr<DefaultsStore> inMemory(std::string suiteName);
+    /// The store of that file; one for as long as anybody in this process holds it.
+    static std::shared_ptr<DefaultsStore> atPath(std::string suiteName, const std::string& path);
+
+    ~DefaultsStore();
+    DefaultsStore(const DefaultsStore&) = delete;
+    DefaultsStore& operator=(const DefaultsStore&) = delete;
+
+    /// What `use` makes of the value, null when there is none. A transaction's own thread sees its changes.
+    template <typename F>
+    auto read(std::string_view key, F use) const
+    {
+        if (isInMyTransaction()) [[unlikely]] {
+            const auto changed = changesOfTransaction().find(key);
+            if (changed != changesOfTransaction().end())
+                return use(changed->second ? &*changed->second : nullptr);
+        }
+        const MutexLock lock(reading_);
+        const auto at = entries_.find(key);
+        return use(at == entries_.end() ? nullptr : &at->second.value);
+    }
+    PropertyDictionary all() const;
+
+    bool set(std::string_view key, std::optional<PropertyValue> value);
+    bool transaction(const std::function<void()>& body);
+    bool synchronize();
+    /// Takes in what other processes have written.
+    void refresh();
+
+    const std::string& suiteName() const noexcept { return suiteName_; }
+    const std::string& path() const noexcept { return path_; } ///< empty in memory
+    UserDefaultsState state() const;
+    std::optional<UserDefaultsFailure> lastFailure() const;
+    std::vector<std::string> filesSetAside() const;
+
+private:
+    struct Entry {
+        PropertyValue value;
+        Int checksum = 0;
+        Int seen = 0; // the count of the last reading of the file that had it
+    };
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view key) const noexcept
+        {
+            return std::hash<std::string_view>()(key);
+        }
+    };
+    using Entries = std::unordered_map<std::string, Entry, Hash, std::equal_to<>>;
+    struct Change {
+        std::string key;
+        std::optional<PropertyValue> value;
+        Data archive;
+        Int checksum = 0;
+    };
+
+    DefaultsStore(std::string suiteName, const std::string& path);
+
+    static bool encode(std::string_view key, std::optional<PropertyValue> value,
+                       std::vector<Change>& changes);
+    bool isInMyTransaction() const noexcept
+    {
+        return owner_.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
+    using Changes = std::map<std::string, std::optional<PropertyValue>, std::less<>>;
+    // For the thread whose transaction is under way, which holds the lock somewhere up its stack.
+    Changes& changesOfTransaction() const CORVANE_NO_THREAD_SAFETY_ANALYSIS { return transactionChanges_; }
+    Entries& entriesOfWriter() CORVANE_REQUIRES(writing_) CORVANE_NO_THREAD_SAFETY_ANALYSIS
+    {
+        return entries_;
+    }
+
+    DatabaseStatus ensureWritable() CORVANE_REQUIRES(writing_);
+    DatabaseStatus openAndLoad() CORVANE_REQUIRES(writing_);
+    DatabaseStatus load() CORVANE_REQUIRES(writing_);
+    void restore(Entries kept) CORVANE_REQUIRES(writing_);
+    DatabaseStatus store(const std::vector<Change>& changes) CORVANE_REQUIRES(writing_);
+    void apply(std::vector<Change> changes) CORVANE_REQUIRES(writing_);
+    bool note(DatabaseStatus status) CORVANE_REQUIRES(writing_);
+    bool fail(UserDefaultsFailure::Kind kind, std::string message);
+    void watch() CORVANE_REQUIRES(writing_);
+
+    const std::string suiteName_;
+    const std::string path_;
+
+    mutable Mutex writing_;
+    std::optional<DefaultsFile> file_ CORVANE_GUARDED_BY(writing_);
+    bool isLoaded_ CORVANE_GUARDED_BY(writing_) = false; // once it was open
+    Int readings_ CORVANE_GUARDED_BY(writing_) = 0;
+    Int watch_ CORVANE_GUARDED_BY(writing_) = 0;
+    std::vector<std::string> changedElsewhere_ CORVANE_GUARDED_BY(writing_); // and not yet announced
+    mutable Changes transactionChanges_ CORVANE_GUARDED_BY(writing_);
+    std::atomic<std::thread::id> owner_; // the thread whose transaction is under way
+
+    mutable Mutex reading_;
+    Entries entries_ CORVANE_GUARDED_BY(reading_);
+    UserDefaultsState state_ CORVANE_GUARDED_BY(reading_) = UserDefaultsState::memory;
+    std::optional<UserDefaultsFailure> failure_ CORVANE_GUARDED_BY(reading_);
+    std::vector<std::string> filesSetAside_ CORVANE_GUARDED_BY(reading_);
+};
+
+} // namespace corvane
