@@ -103,11 +103,11 @@ PropertyDictionary DefaultsStore::all() const
             result.emplace(key, entry.value);
     }
     if (isInMyTransaction())
-        for (const auto& [key, value] : changesOfTransaction())
+        for (const auto& [key, value] : changesOfTransaction()) {
+            result.erase(key);
             if (value)
-                result.insert_or_assign(key, *value);
-            else
-                result.erase(key);
+                result.emplace(key, *value);
+        }
     return result;
 }
 

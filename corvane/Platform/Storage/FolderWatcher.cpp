@@ -100,16 +100,16 @@ void FolderWatcher::run()
                     due.emplace(id, listener.handler);
         }
         std::array<pollfd, 2> descriptors = {{{events_, POLLIN, 0}, {bell_, POLLIN, 0}}};
-        if (::poll(descriptors.data(), descriptors.size(), due.empty() ? -1 : 50) > 0) {
+        const int ready = ::poll(descriptors.data(), descriptors.size(), due.empty() ? -1 : 30);
+        // A busy writer, this process included, costs fifty looks a second and no more.
+        std::this_thread::sleep_for(20ms);
+        if (ready > 0) {
             eventfd_t rings = 0;
             ::eventfd_read(bell_, &rings);
             gatherEvents(due);
         }
         for (const auto& [id, handler] : due)
             handler();
-        due.clear();
-        // A busy writer, this process included, costs fifty looks a second and no more.
-        std::this_thread::sleep_for(20ms);
     }
 }
 

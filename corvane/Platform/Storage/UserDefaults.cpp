@@ -82,17 +82,18 @@ std::string stringOf(const Number& number)
 
 // A number by one function, text by another, anything else as zero.
 template <typename T>
-T scalar(const DefaultsStore& store, std::string_view key, T (Number::*ofNumber)() const noexcept,
-         auto ofText)
+T scalar(const PropertyValue& value, T (Number::*ofNumber)() const noexcept, auto ofText)
 {
-    return store.read(key, [&](const PropertyValue* value) -> T {
-        if (value == nullptr)
-            return {};
-        if (const Number* number = value->asNumber())
-            return (number->*ofNumber)();
-        const std::string* text = value->asString();
-        return text ? static_cast<T>(ofText(*text)) : T{};
-    });
+    if (const Number* number = value.asNumber())
+        return (number->*ofNumber)();
+    const std::string* text = value.asString();
+    return text ? static_cast<T>(ofText(*text)) : T{};
+}
+
+template <typename T>
+T converted(const DefaultsStore& store, std::string_view key, T (*convert)(const PropertyValue&))
+{
+    return store.read(key, [convert](const PropertyValue* value) { return value ? convert(*value) : T{}; });
 }
 
 template <typename T>
@@ -181,14 +182,7 @@ bool UserDefaults::hasObjectForKey(std::string_view key) const
 
 std::optional<std::string> UserDefaults::stringForKey(std::string_view key) const
 {
-    return store_->read(key, [](const PropertyValue* value) -> std::optional<std::string> {
-        if (value == nullptr)
-            return std::nullopt;
-        if (const Number* number = value->asNumber())
-            return stringOf(*number);
-        const std::string* text = value->asString();
-        return text ? std::optional<std::string>(*text) : std::nullopt;
-    });
+    return converted(*store_, key, stringValue);
 }
 
 std::optional<PropertyArray> UserDefaults::arrayForKey(std::string_view key) const
@@ -214,22 +208,50 @@ std::optional<URL> UserDefaults::urlForKey(std::string_view key) const
 
 bool UserDefaults::boolForKey(std::string_view key) const
 {
-    return scalar(*store_, key, &Number::boolValue, boolOf);
+    return converted(*store_, key, boolValue);
 }
 
 Int UserDefaults::integerForKey(std::string_view key) const
 {
-    return scalar(*store_, key, &Number::intValue, integerOf);
+    return converted(*store_, key, integerValue);
 }
 
 float UserDefaults::floatForKey(std::string_view key) const
 {
-    return scalar(*store_, key, &Number::floatValue, doubleOf);
+    return converted(*store_, key, floatValue);
 }
 
 double UserDefaults::doubleForKey(std::string_view key) const
 {
-    return scalar(*store_, key, &Number::doubleValue, doubleOf);
+    return converted(*store_, key, doubleValue);
+}
+
+std::optional<std::string> UserDefaults::stringValue(const PropertyValue& value)
+{
+    if (const Number* number = value.asNumber())
+        return stringOf(*number);
+    const std::string* text = value.asString();
+    return text ? std::optional<std::string>(*text) : std::nullopt;
+}
+
+bool UserDefaults::boolValue(const PropertyValue& value)
+{
+    return scalar(value, &Number::boolValue, boolOf);
+}
+
+Int UserDefaults::integerValue(const PropertyValue& value)
+{
+    return scalar(value, &Number::intValue, integerOf);
+}
+
+float UserDefaults::floatValue(const PropertyValue& value)
+{
+    return scalar(value, &Number::floatValue, doubleOf);
+}
+
+double UserDefaults::doubleValue(const PropertyValue& value)
+{
+    return scalar(value, &Number::doubleValue, doubleOf);
 }
 
 PropertyDictionary UserDefaults::dictionaryRepresentation() const

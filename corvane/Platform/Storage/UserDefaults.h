@@ -97,6 +97,13 @@ public:
     Int integerForKey(std::string_view key) const;
     float floatForKey(std::string_view key) const;
     double doubleForKey(std::string_view key) const;
+    // The conversions alone, of a value that was read before.
+    static std::optional<std::string> stringValue(const PropertyValue& value);
+    static bool boolValue(const PropertyValue& value);
+    static Int integerValue(const PropertyValue& value);
+    static float floatValue(const PropertyValue& value);
+    static double doubleValue(const PropertyValue& value);
+
     /// Everything that is stored. Linear.
     PropertyDictionary dictionaryRepresentation() const;
 
