@@ -11,4 +11,10 @@ using Date = std::chrono::sys_time<std::chrono::microseconds>;
 /// A length of time in seconds, as timers and delays take it.
 using TimeInterval = std::chrono::duration<double>;
 
+/// The moment of the call by the system's clock, which may be set back and forth. Thread-safe.
+inline Date currentDate()
+{
+    return std::chrono::floor<Date::duration>(std::chrono::system_clock::now());
+}
+
 } // namespace corvane
