@@ -4,18 +4,7 @@
 #include <corvane/Platform/Dispatch/NotificationCenter.h>
 #include <corvane/UserSettings/UserSettings.h>
 
-#include <chrono>
-
 namespace corvane {
-
-namespace {
-
-Date now()
-{
-    return std::chrono::time_point_cast<Date::duration>(std::chrono::system_clock::now());
-}
-
-} // namespace
 
 const NotificationName UserSettings::didEditKeyNotification("UserSettingsDidEditKeyNotification");
 
@@ -45,11 +34,11 @@ void UserSettings::updateStatistics()
     set(UserSettingKeys::versionNumber(), current);
     set(UserSettingKeys::launchesCount(), checkedAdd(value(UserSettingKeys::launchesCount()), Int{1}));
     if (value(UserSettingKeys::launchesCount()) == 1)
-        set(UserSettingKeys::firstLaunchDate(), now());
+        set(UserSettingKeys::firstLaunchDate(), currentDate());
     const bool didUpdate = previous < current;
     set(UserSettingKeys::versionDidUpdate(), didUpdate);
     if (didUpdate)
-        set(UserSettingKeys::updateLaunchDate(), now());
+        set(UserSettingKeys::updateLaunchDate(), currentDate());
 }
 
 } // namespace corvane
