@@ -240,6 +240,13 @@ QueueCore::Now QueueCore::advance(bool onWorker) noexcept
             }
             break;
         case Task::Kind::plain:
+            if (!onWorker) {
+                // Not admitted and left again, which would come back here until a worker has taken the task: this
+                // thread may hold the last processor of the pool.
+                releaseToPool();
+                return Now::outside;
+            }
+            [[fallthrough]];
         case Task::Kind::sharedWaiter:
             const bool plainFollows = admitReaders();
             if (onWorker)
@@ -427,16 +434,22 @@ void QueueCore::readOnWorker() noexcept
         return;
     }
     for (;;) {
-        runPlainTasks(worker);
+        const bool mayGoOn = runPlainTasks(worker);
         if (state_.fetch_sub(1, std::memory_order_seq_cst) != (ordered | 1) || !claim())
             return;
+        if (!mayGoOn) {
+            releaseToPool();
+            return;
+        }
         if (advance(true) == Now::outside)
             return;
     }
 }
 
-void QueueCore::runPlainTasks(Worker& worker) noexcept
+// Whether none is left that may run now; false when this worker must leave some to others.
+bool QueueCore::runPlainTasks(Worker& worker) noexcept
 {
+    bool mayGoOn = true;
     const ReadFrame frame{this, innermostRead};
     innermostRead = &frame;
     worker.batchOwner = this;
@@ -448,7 +461,8 @@ void QueueCore::runPlainTasks(Worker& worker) noexcept
             break;
         if (more)
             schedule();
-        if (!runBatch(worker, batch, size) || pool_.isSliceOver()) {
+        mayGoOn = runBatch(worker, batch, size) && !pool_.isSliceOver();
+        if (!mayGoOn) {
             schedule();
             break;
         }
@@ -458,6 +472,7 @@ void QueueCore::runPlainTasks(Worker& worker) noexcept
     worker.batchOwner = nullptr;
     worker.batchLock.unlock();
     innermostRead = frame.outer;
+    return mayGoOn;
 }
 
 // At most `size` plain tasks from the head, linked; sets `size` to their number. Callers of `sync` who stand

@@ -65,7 +65,7 @@ private:
     void waitShared() noexcept;
     void waitExclusive() noexcept;
     void readOnWorker() noexcept;
-    void runPlainTasks(Worker& worker) noexcept;
+    bool runPlainTasks(Worker& worker) noexcept;
     Task* takeBatch(int& size, bool& more) noexcept;
     bool runBatch(Worker& worker, Task* first, int size) noexcept;
 

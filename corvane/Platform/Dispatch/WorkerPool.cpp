@@ -354,6 +354,8 @@ void WorkerPool::workerMain(Worker& worker)
                     continue;
             }
         }
+        if (hasReady())
+            wakeMonitor(); // a pusher relied on this worker's search, but enough others came back meanwhile
         --active_;
         worker.state = Worker::State::parked;
         worker.wake.store(0, std::memory_order_relaxed);

@@ -5,6 +5,7 @@
 #include <tests/Support/Watchdog.h>
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/resource.h>
 
 #include <atomic>
@@ -207,6 +208,42 @@ TEST(DispatchQueueTests, ANestedReadProceedsWhileAWriteWaits)
     });
     done.wait();
     EXPECT_EQ(queue.sync([&] { return value; }), rounds + 1);
+}
+
+TEST(DispatchQueueTests, AReaderLeavesWhileNoOtherThreadIsFreeForTheWorkThatWaits)
+{
+    const Watchdog watchdog;
+    const DispatchQueue computing("computing", unspecified, concurrent);
+    const DispatchQueue queue("left", unspecified, concurrent);
+    std::atomic<int> readers{0};
+    std::atomic<bool> workWaits{false};
+    std::atomic<int> left{0};
+    std::atomic<int> order{0};
+    const auto spinUntil = [](const auto& condition) {
+        while (!condition())
+            std::this_thread::yield();
+    };
+    // As many blocks as there are processors, none of which gives up its thread before all have left the queue.
+    cpu_set_t processors;
+    ASSERT_EQ(sched_getaffinity(0, sizeof processors, &processors), 0);
+    const int blocks = CPU_COUNT(&processors);
+    for (int i = 0; i < blocks; ++i) {
+        computing.async([&] {
+            queue.sync([&] {
+                ++readers;
+                spinUntil([&] { return workWaits.load(); });
+            });
+            ++left;
+            spinUntil([&] { return left == blocks; });
+        });
+    }
+    spinUntil([&] { return readers == blocks; });
+    queue.async([&] { order = order * 10 + 1; });
+    queue.asyncBarrier([&] { order = order * 10 + 2; });
+    workWaits = true;
+    spinUntil([&] { return left == blocks; });
+    queue.syncBarrier([&] { EXPECT_EQ(order, 12); });
+    computing.syncBarrier([] {});
 }
 
 TEST(DispatchQueueTests, WriteThenReadNeverLosesAWakeUp)
