@@ -14,6 +14,12 @@ then it is an element of a property list ("<integer>4</integer>", "<true/>"). CF
 CFBundleShortVersionString are the target's name and the project's version where no pair says otherwise.
 
 RESOURCES are copied under their own names; a folder ("fr.lproj", "Pages") with all that it holds.
+
+corvane_check_strings(<target> [PLAIN <key> …])
+
+Has the build of a target with a bundle fail, with file and line, when the string tables in its RESOURCES are damaged
+or do not have the same keys and placeholders in every language. PLAIN names keys whose texts are used without
+arguments, so that a percent sign in them is one. Takes the program corvane-check-strings, of the component Text.
 #]]
 include_guard(GLOBAL)
 
@@ -46,11 +52,15 @@ function(corvane_bundle target)
     set(copies COMMAND ${CMAKE_COMMAND} -E make_directory ${share}
                COMMAND ${CMAKE_COMMAND} -E copy_if_different ${info} ${share}/Info.plist)
     set(watched ${info})
+    set(language_folders)
     foreach(resource IN LISTS ARG_RESOURCES)
         cmake_path(ABSOLUTE_PATH resource BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
         string(REGEX REPLACE "/$" "" resource ${resource})
         cmake_path(GET resource FILENAME name)
         if(IS_DIRECTORY ${resource})
+            if(name MATCHES "\\.lproj$")
+                list(APPEND language_folders ${resource})
+            endif()
             file(GLOB_RECURSE inside CONFIGURE_DEPENDS ${resource}/*)
             list(APPEND watched ${inside})
             list(APPEND copies COMMAND ${CMAKE_COMMAND} -E copy_directory ${resource} ${share}/${name})
@@ -62,12 +72,41 @@ function(corvane_bundle target)
         endif()
     endforeach()
 
+    set_target_properties(${target} PROPERTIES CORVANE_LANGUAGE_FOLDERS "${language_folders}")
+
     # A target of its own, not a step after linking: a changed resource is copied without a relink.
     set(stamp ${CMAKE_CURRENT_BINARY_DIR}/${target}.bundle/copied)
     add_custom_command(OUTPUT ${stamp} ${copies} COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
         DEPENDS ${watched} VERBATIM COMMENT "Copying the bundle of ${target}")
     add_custom_target(${target}_bundle DEPENDS ${stamp})
     add_dependencies(${target} ${target}_bundle)
+endfunction()
+
+function(corvane_check_strings target)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "PLAIN")
+    get_target_property(folders ${target} CORVANE_LANGUAGE_FOLDERS)
+    if(ARG_UNPARSED_ARGUMENTS OR NOT folders)
+        message(FATAL_ERROR "corvane_check_strings(${target}) comes after corvane_bundle with language folders among "
+                            "its RESOURCES, and takes PLAIN and keys; not: ${ARG_UNPARSED_ARGUMENTS}")
+    endif()
+    if(NOT TARGET Corvane::check-strings)
+        message(FATAL_ERROR "corvane_check_strings(${target}) needs the component Text")
+    endif()
+    set(watched)
+    foreach(folder IN LISTS folders)
+        file(GLOB tables CONFIGURE_DEPENDS ${folder}/*.strings)
+        list(APPEND watched ${tables})
+    endforeach()
+    list(TRANSFORM ARG_PLAIN REPLACE "(.+)" "--plain;\\1")
+    # The folder of the Info dictionary, which names the development language, goes first.
+    set(bundle ${CMAKE_CURRENT_BINARY_DIR}/${target}.bundle)
+    set(stamp ${bundle}/checked)
+    add_custom_command(OUTPUT ${stamp}
+        COMMAND Corvane::check-strings ${ARG_PLAIN} ${bundle} ${folders}
+        COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
+        DEPENDS ${watched} ${bundle}/Info.plist VERBATIM COMMENT "Checking the string tables of ${target}")
+    add_custom_target(${target}_strings DEPENDS ${stamp})
+    add_dependencies(${target} ${target}_strings)
 endfunction()
 
 # The text of an Info dictionary of key and value pairs.

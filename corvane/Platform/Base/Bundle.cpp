@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/Platform/Base/Bundle.h>
 #include <corvane/Platform/Base/PropertyList.h>
+#include <corvane/Platform/Base/UserLanguages.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <forward_list>
 #include <fstream>
@@ -72,12 +72,6 @@ MainBundles& mainBundles()
     return *bundles;
 }
 
-std::string_view environment(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
-
 // "fr_CA.UTF-8@euro" gives "fr_CA", "fr-CA" and "fr".
 void appendLanguages(std::vector<std::string>& languages, std::string_view locale)
 {
@@ -92,26 +86,6 @@ void appendLanguages(std::vector<std::string>& languages, std::string_view local
     }
     if (!language.empty())
         languages.push_back(std::move(language));
-}
-
-std::vector<std::string> userLanguages()
-{
-    std::string_view locale;
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
-        if (locale = environment(name); !locale.empty())
-            break;
-    const std::string_view plain = locale.substr(0, locale.find_first_of(".@"));
-    std::vector<std::string> languages;
-    if (plain.empty() || plain == "C" || plain == "POSIX") // then LANGUAGE does not count
-        return languages;
-    std::string_view list = environment("LANGUAGE");
-    while (!list.empty()) {
-        const std::string_view first = list.substr(0, list.find(':'));
-        appendLanguages(languages, first);
-        list.remove_prefix(std::min(first.size() + 1, list.size()));
-    }
-    appendLanguages(languages, plain);
-    return languages;
 }
 
 } // namespace
@@ -164,15 +138,22 @@ std::optional<std::string> Bundle::bundleIdentifier() const
     return text ? std::optional(*text) : std::nullopt;
 }
 
+std::string Bundle::developmentLanguage() const
+{
+    const PropertyValue* const value = objectForInfoDictionaryKey("CFBundleDevelopmentRegion");
+    const std::string* const text = value ? value->asString() : nullptr;
+    return text ? *text : "en";
+}
+
 std::optional<URL> Bundle::urlForResource(std::string_view name, std::string_view extension,
                                           std::string_view subdirectory) const
 {
     if (!resources_ || name.empty())
         return std::nullopt;
-    std::vector<std::string> folders = userLanguages();
-    const PropertyValue* development = objectForInfoDictionaryKey("CFBundleDevelopmentRegion");
-    const std::string* language = development ? development->asString() : nullptr;
-    appendLanguages(folders, language ? *language : "en");
+    std::vector<std::string> folders;
+    for (const std::string& language : userLanguages())
+        appendLanguages(folders, language);
+    appendLanguages(folders, developmentLanguage());
     for (std::string& folder : folders)
         folder += ".lproj";
     folders.emplace_back();

@@ -45,14 +45,15 @@ public:
     const PropertyValue* objectForInfoDictionaryKey(std::string_view key) const { return find(info_, key); }
     /// The text under "CFBundleIdentifier".
     std::optional<std::string> bundleIdentifier() const;
+    /// The language that the program was written in: the text under "CFBundleDevelopmentRegion", otherwise "en".
+    std::string developmentLanguage() const;
     /// The folder of the resources.
     const std::optional<URL>& resourceURL() const noexcept { return resources_; }
 
     /// The file `name.extension` (`name` alone for an empty extension) where it exists, in this order: in the
-    /// language folders "<language>.lproj" of the user's languages (LANGUAGE, LC_ALL, LC_MESSAGES, LANG, as
-    /// gettext weighs them; "fr_CA" and "fr-CA" before "fr"), in that of the development language
-    /// ("CFBundleDevelopmentRegion", otherwise "en"), in the folder of the resources itself. `subdirectory`
-    /// is a path below each of these.
+    /// language folders "<language>.lproj" of the user's languages (see UserLanguages.h; "fr_CA" and "fr-CA" before
+    /// "fr"), in that of the development language, in the folder of the resources itself. `subdirectory` is a path
+    /// below each of these.
     std::optional<URL> urlForResource(std::string_view name, std::string_view extension,
                                       std::string_view subdirectory = {}) const;
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <corvane/Platform/Base/UserLanguages.h>
 #include <corvane/Platform/Text/Locale.h>
 #include <corvane/Platform/Text/StringTable.h>
 
@@ -7,10 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -21,27 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uintmax_t maximumFileSize = 64 << 20;
 constexpr std::string_view folderEnding = ".lproj";
-
-// The user's languages, the dearest first. Nobody's are named by the locale "C", whatever LANGUAGE says.
-std::vector<std::string> userLanguages()
-{
-    std::vector<std::string> languages;
-    const Locale locale = Locale::current(LocaleCategory::messages);
-    if (locale == Locale())
-        return languages;
-    const char* const variable = std::getenv("LANGUAGE");
-    std::string_view list = variable ? variable : "";
-    while (!list.empty()) {
-        const std::string_view first = list.substr(0, list.find(':'));
-        if (const Locale language{first}; language != Locale())
-            languages.push_back(language.identifier());
-        list.remove_prefix(std::min(first.size() + 1, list.size()));
-    }
-    languages.push_back(locale.identifier());
-    return languages;
-}
 
 // Which of `available` suits the user best: "zh_Hant" one of "zh_TW", "no" one of "nb". Empty when none does.
 std::string bestLanguage(const std::vector<std::string>& available, const std::vector<std::string>& wanted)
@@ -72,29 +50,12 @@ std::optional<StringTable> read(const fs::path& file)
     std::error_code error;
     if (!fs::exists(file, error))
         return std::nullopt;
-    const std::uintmax_t size =
-        fs::is_regular_file(file, error) ? fs::file_size(file, error) : maximumFileSize + 1;
-    std::ifstream stream;
-    if (!error && size <= maximumFileSize)
-        stream.open(file, std::ios::binary);
-    if (!stream.is_open()) {
-        std::fprintf(stderr, "%s:1: the string table cannot be read\n", file.c_str());
-        return StringTable();
-    }
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    auto parsed = StringTable::parse(bytes);
-    if (const auto* damage = std::get_if<StringTable::Damage>(&parsed)) {
+    auto found = StringTable::read(file);
+    if (const auto* damage = std::get_if<StringTable::Damage>(&found)) {
         std::fprintf(stderr, "%s:%zu: %s\n", file.c_str(), damage->line, damage->description.c_str());
         return StringTable();
     }
-    return std::get<StringTable>(std::move(parsed));
-}
-
-std::string developmentLanguage(const Bundle& bundle)
-{
-    const PropertyValue* const value = bundle.objectForInfoDictionaryKey("CFBundleDevelopmentRegion");
-    const std::string* const text = value ? value->asString() : nullptr;
-    return text ? *text : "en";
+    return std::get<StringTable>(std::move(found));
 }
 
 std::vector<StringTable> readAll(const fs::path& resources, const std::string& development,
@@ -121,7 +82,10 @@ std::vector<StringTable> readAll(const fs::path& resources, const std::string& d
             if (languages[i] == best && std::ranges::find(chosen, folders[i]) == chosen.end())
                 return chosen.push_back(folders[i]);
     };
-    choose(userLanguages());
+    std::vector<std::string> wanted;
+    for (const std::string& language : userLanguages())
+        wanted.push_back(Locale(language).identifier());
+    choose(wanted);
     choose({Locale(development).identifier()});
 
     std::vector<StringTable> tables;
@@ -150,7 +114,7 @@ Cache& cache()
 std::shared_ptr<const StringTables> StringTables::forBundle(const Bundle& bundle, std::string_view table)
 {
     const std::string resources = bundle.resourceURL() ? bundle.resourceURL()->path() : std::string();
-    const std::string development = developmentLanguage(bundle);
+    const std::string development = bundle.developmentLanguage();
     Cache& all = cache();
     const std::lock_guard guard(all.lock); // while reading too, so that damage is reported once
     auto& tables = all.tables[{resources, development, std::string(table)}];

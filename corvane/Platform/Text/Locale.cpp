@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <corvane/Platform/Base/UserLanguages.h>
 #include <corvane/Platform/Text/Locale.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <utility>
 
@@ -29,10 +29,7 @@ Locale::Locale(std::string_view name)
 Locale Locale::current(LocaleCategory category)
 {
     constexpr const char* variables[] = {"LC_MESSAGES", "LC_COLLATE", "LC_NUMERIC", "LC_TIME"};
-    for (const char* variable : {"LC_ALL", variables[static_cast<int>(category)], "LANG"})
-        if (const char* value = std::getenv(variable); value && *value)
-            return Locale(value);
-    return {};
+    return Locale(userLocaleName(variables[static_cast<int>(category)]));
 }
 
 } // namespace corvane

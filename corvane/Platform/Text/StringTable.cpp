@@ -2,8 +2,12 @@
 #include <corvane/Platform/Text/StringTable.h>
 #include <corvane/Platform/Text/Utf8.h>
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <utility>
 
 namespace corvane {
 
@@ -61,6 +65,7 @@ public:
                 return "a comment has no end";
             if (at_ == text_.size())
                 return {};
+            const std::size_t lineOfKey = line();
             if (!readText(key))
                 return "there is no key here, or it has no end";
             if (!skipBlanks())
@@ -75,16 +80,17 @@ public:
                 return "a comment has no end";
             if (!take(';'))
                 return "an entry is not followed by ;";
-            entries.insert_or_assign(std::move(key), std::move(value));
+            const auto [place, isNew] = entries.try_emplace(std::move(key));
+            place->second = {std::move(value), lineOfKey, isNew ? 0 : place->second.line};
         }
     }
 
-    std::size_t line() const
+    // Of the place where it is, which only moves on between two calls.
+    std::size_t line()
     {
-        std::size_t line = 1;
-        for (const char c : text_.substr(0, at_))
-            line += c == '\n';
-        return line;
+        for (; counted_ < at_; ++counted_)
+            line_ += text_[counted_] == '\n';
+        return line_;
     }
 
 private:
@@ -189,6 +195,7 @@ private:
 
     std::string_view text_;
     std::size_t at_ = 0;
+    std::size_t counted_ = 0, line_ = 1;
 };
 
 } // namespace
@@ -203,10 +210,24 @@ std::variant<StringTable, StringTable::Damage> StringTable::parse(std::string_vi
     return table;
 }
 
+std::variant<StringTable, StringTable::Damage> StringTable::read(const std::string& file)
+{
+    constexpr std::uintmax_t maximumSize = 64 << 20;
+    std::error_code error;
+    const bool isFile = std::filesystem::is_regular_file(file, error); // a pipe would make the program wait
+    std::ifstream stream;
+    if (isFile && std::filesystem::file_size(file, error) <= maximumSize)
+        stream.open(file, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    if (!stream.is_open() || stream.bad())
+        return Damage{1, "the string table cannot be read"};
+    return parse(bytes);
+}
+
 const std::string* StringTable::find(std::string_view key) const
 {
     const auto found = entries_.find(key);
-    return found == entries_.end() ? nullptr : &found->second;
+    return found == entries_.end() ? nullptr : &found->second.text;
 }
 
 } // namespace corvane

@@ -34,9 +34,17 @@ public:
     };
 
     static std::variant<StringTable, Damage> parse(std::string_view bytes);
+    /// Of a file up to 64 MB.
+    static std::variant<StringTable, Damage> read(const std::string& file);
 
     /// Null when the key is missing.
     const std::string* find(std::string_view key) const;
+
+    struct Entry {
+        std::string text;
+        std::size_t line;            ///< of its key, from 1
+        std::size_t earlierLine = 0; ///< of the entry of this key that it took the place of, if there was one
+    };
 
     struct Hash {
         using is_transparent = void;
@@ -45,7 +53,7 @@ public:
             return std::hash<std::string_view>()(text);
         }
     };
-    using Entries = std::unordered_map<std::string, std::string, Hash, std::equal_to<>>;
+    using Entries = std::unordered_map<std::string, Entry, Hash, std::equal_to<>>;
     const Entries& entries() const noexcept { return entries_; }
 
 private:
@@ -53,8 +61,7 @@ private:
 };
 
 /// The tables of one name that a bundle has for the user: that of the language which suits the user best, then
-/// that of the development language ("CFBundleDevelopmentRegion", otherwise "en"), then one outside the language
-/// folders. A key is looked for in this order.
+/// that of the bundle's development language, then one outside the language folders. A key is looked for in this order.
 ///
 /// Tables are read once and kept for the process's life; so is the language, chosen from the user's settings when
 /// a table is first asked for. A table that is damaged or cannot be read has no keys, and is reported once, on
