@@ -28,11 +28,10 @@ std::string errorText(int error)
     return std::system_category().message(error);
 }
 
-Int number(const Database& database, std::string_view pragma)
+Int pragma(const Database& database, std::string_view text)
 {
-    Statement statement = database.prepare(pragma);
-    const Int result = statement.step() ? statement.intAt(0) : -1;
-    return result;
+    Statement statement = database.prepare(text);
+    return statement.step() ? statement.intAt(0) : -1;
 }
 
 } // namespace
@@ -123,9 +122,9 @@ DatabaseStatus DefaultsFile::connect(Database::Mode mode)
         "PRAGMA synchronous=NORMAL; PRAGMA cell_size_check=ON; SELECT count(*) FROM sqlite_schema");
     if (status != DatabaseStatus::ok)
         return noted(status);
-    if (number(*database_, "PRAGMA application_id") != applicationID)
+    if (pragma(*database_, "PRAGMA application_id") != applicationID)
         return failed(DatabaseStatus::damaged, "not a settings file");
-    if (number(*database_, "PRAGMA user_version") > format)
+    if (pragma(*database_, "PRAGMA user_version") > format)
         return failed(DatabaseStatus::failed, "written by a newer version");
     if (database_->isReadOnly())
         writability_ = failed(DatabaseStatus::readOnly, "may not be written");

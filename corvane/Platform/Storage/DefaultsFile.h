@@ -37,6 +37,8 @@ public:
     DatabaseStatus open();
     void close() noexcept;
 
+    /// Of the file that was opened last.
+    const std::optional<FileNumber>& number() const noexcept { return opened_; }
     bool isOpen() const noexcept { return database_.has_value(); }
     DatabaseStatus writability() const noexcept { return writability_; }
     /// Whether it is open and the path still leads to the file that was opened.

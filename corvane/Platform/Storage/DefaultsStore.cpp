@@ -79,6 +79,8 @@ DefaultsStore::DefaultsStore(std::string suiteName, const std::string& path)
     if (path.empty())
         return;
     file_.emplace(path);
+    gate_ = std::make_shared<Gate>();
+    gate_->store = this;
     state_ = UserDefaultsState::unavailable;
 }
 
@@ -86,6 +88,10 @@ DefaultsStore::~DefaultsStore()
 {
     if (path_.empty())
         return;
+    {
+        const MutexLock lock(gate_->mutex);
+        gate_->store = nullptr;
+    }
     if (watch_ != 0)
         FolderWatcher::shared().remove(watch_);
     const MutexLock lock(stores().mutex);
@@ -200,28 +206,37 @@ bool DefaultsStore::synchronize()
     return note(status);
 }
 
-void DefaultsStore::refresh()
+void DefaultsStore::refresh(Gate& gate)
 {
+    std::string suiteName;
     std::vector<std::string> changed;
     {
-        const MutexLock lock(writing_);
-        if (!isLoaded_)
+        const MutexLock lock(gate.mutex);
+        if (gate.store == nullptr)
             return;
-        if (file_->isCurrent() && file_->writability() == DatabaseStatus::ok) {
-            if (file_->hasChanged() && load() == DatabaseStatus::damaged) {
-                file_->close();
-                note(openAndLoad());
-            }
-        } else if (FileNumber::of(path_)) { // one that has gone is made anew by the next write
-            note(openAndLoad());
-        }
-        changed.swap(changedElsewhere_);
+        suiteName = gate.store->suiteName_;
+        changed = gate.store->takeChangesElsewhere();
     }
     if (!changed.empty())
         NotificationCenter::defaultCenter().post(UserDefaults::didChangeElsewhereNotification, nullptr, [&] {
-            return UserInfo{{UserDefaults::suiteNameKey, suiteName_},
-                            {UserDefaults::changedKeysKey, changed}};
+            return UserInfo{{UserDefaults::suiteNameKey, suiteName}, {UserDefaults::changedKeysKey, changed}};
         });
+}
+
+std::vector<std::string> DefaultsStore::takeChangesElsewhere()
+{
+    const MutexLock lock(writing_);
+    if (!isLoaded_)
+        return {};
+    if (file_->isCurrent() && file_->writability() == DatabaseStatus::ok) {
+        if (file_->hasChanged() && load() == DatabaseStatus::damaged) {
+            file_->close();
+            note(openAndLoad());
+        }
+    } else if (FileNumber::of(path_)) { // one that has gone is made anew by the next write
+        note(openAndLoad());
+    }
+    return std::exchange(changedElsewhere_, {});
 }
 
 DatabaseStatus DefaultsStore::ensureWritable()
@@ -237,14 +252,17 @@ DatabaseStatus DefaultsStore::ensureWritable()
 DatabaseStatus DefaultsStore::openAndLoad()
 {
     DatabaseStatus status = DatabaseStatus::failed;
+    const std::optional<FileNumber> before = file_->number();
     std::optional<Entries> kept;
     for (int attempt = 0; attempt < 8; ++attempt) { // others may be replacing the file as well
         status = file_->open();
+        if (isLoaded_ && !kept && file_->number() != before)
+            kept = entriesOfWriter();
         if (status == DatabaseStatus::ok)
             status = load();
         if (status == DatabaseStatus::ok && file_->isCurrent()) {
             if (kept)
-                restore(std::move(*kept));
+                restore(*kept);
             if (!std::exchange(isLoaded_, true))
                 changedElsewhere_.clear();
             watch();
@@ -263,8 +281,6 @@ DatabaseStatus DefaultsStore::openAndLoad()
         if (!file_->setAside(aside))
             break;
         if (aside) {
-            if (isLoaded_)
-                kept = entriesOfWriter();
             const MutexLock lock(reading_);
             filesSetAside_.push_back(std::move(*aside));
         }
@@ -275,13 +291,15 @@ DatabaseStatus DefaultsStore::openAndLoad()
     return status;
 }
 
-// The file broke while it was in use: the new one gets what memory has.
-void DefaultsStore::restore(Entries kept)
+// The file broke while it was in use, or somebody took it away: the new one gets what memory has and it has not.
+void DefaultsStore::restore(const Entries& kept)
 {
     std::vector<Change> changes;
-    for (auto& [key, entry] : kept)
+    for (const auto& [key, entry] : kept)
         if (!entriesOfWriter().contains(key))
-            encode(key, std::move(entry.value), changes);
+            encode(key, entry.value, changes);
+    if (changes.empty() || file_->writability() != DatabaseStatus::ok)
+        return;
     note(store(changes));
     apply(std::move(changes));
 }
@@ -369,10 +387,7 @@ void DefaultsStore::watch()
         FolderWatcher::shared().remove(watch_);
     const std::filesystem::path file = path_;
     watch_ = FolderWatcher::shared().add(file.parent_path().string(), file.filename().string(),
-                                         [weak = weak_from_this()] {
-                                             if (const auto store = weak.lock())
-                                                 store->refresh();
-                                         });
+                                         [gate = gate_] { refresh(*gate); });
 }
 
 bool DefaultsStore::note(DatabaseStatus status)

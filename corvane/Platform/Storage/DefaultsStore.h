@@ -25,7 +25,7 @@ namespace corvane {
 /// Two locks: `writing_` is held by whoever writes, for as long as that takes, and keeps the file; `reading_`
 /// is held for moments and keeps the entries. Entries change under both, so a writer may look at them under
 /// its own lock.
-class DefaultsStore : public std::enable_shared_from_this<DefaultsStore> {
+class DefaultsStore {
 public:
     static std::shared_ptr<DefaultsStore> inMemory(std::string suiteName);
     /// The store of that file; one for as long as anybody in this process holds it.
@@ -53,9 +53,6 @@ public:
     bool set(std::string_view key, std::optional<PropertyValue> value);
     bool transaction(const std::function<void()>& body);
     bool synchronize();
-    /// Takes in what other processes have written.
-    void refresh();
-
     const std::string& suiteName() const noexcept { return suiteName_; }
     const std::string& path() const noexcept { return path_; } ///< empty in memory
     UserDefaultsState state() const;
@@ -83,6 +80,12 @@ private:
         Int checksum = 0;
     };
 
+    // By which the watcher reaches a store without keeping it alive: it is closed when its last handle goes.
+    struct Gate {
+        Mutex mutex;
+        DefaultsStore* store CORVANE_GUARDED_BY(mutex);
+    };
+
     DefaultsStore(std::string suiteName, const std::string& path);
 
     static bool encode(std::string_view key, std::optional<PropertyValue> value,
@@ -102,7 +105,9 @@ private:
     DatabaseStatus ensureWritable() CORVANE_REQUIRES(writing_);
     DatabaseStatus openAndLoad() CORVANE_REQUIRES(writing_);
     DatabaseStatus load() CORVANE_REQUIRES(writing_);
-    void restore(Entries kept) CORVANE_REQUIRES(writing_);
+    void restore(const Entries& kept) CORVANE_REQUIRES(writing_);
+    static void refresh(Gate& gate);
+    std::vector<std::string> takeChangesElsewhere();
     DatabaseStatus store(const std::vector<Change>& changes) CORVANE_REQUIRES(writing_);
     void apply(std::vector<Change> changes) CORVANE_REQUIRES(writing_);
     bool note(DatabaseStatus status) CORVANE_REQUIRES(writing_);
@@ -117,6 +122,7 @@ private:
     bool isLoaded_ CORVANE_GUARDED_BY(writing_) = false; // once it was open
     Int readings_ CORVANE_GUARDED_BY(writing_) = 0;
     Int watch_ CORVANE_GUARDED_BY(writing_) = 0;
+    std::shared_ptr<Gate> gate_;
     std::vector<std::string> changedElsewhere_ CORVANE_GUARDED_BY(writing_); // and not yet announced
     mutable Changes transactionChanges_ CORVANE_GUARDED_BY(writing_);
     std::atomic<std::thread::id> owner_; // the thread whose transaction is under way
