@@ -2,7 +2,7 @@
 # The steps of `./dev check`, sourced by it. Each is a function check_<step>; all run, the failed ones are named at
 # the end. ctest's summary of the sanitizers' runs comes last.
 
-check_steps=(format clang headers documentation package tsan asan)
+check_steps=(format clang headers documentation package kills tsan asan)
 
 command_check() {
     need build check
@@ -41,6 +41,12 @@ check_package() {
     build default && build static || return
     step "Package, shared" tests/Package/consume build/default build/package/shared &&
         step "Package, static" tests/Package/consume build/static build/package/static
+}
+
+# Nothing that a process was told is stored is missing after it was killed. `scripts/killed-settings.bash PROBE 500`
+# takes a minute.
+check_kills() {
+    build default && step "Killed writers" scripts/killed-settings.bash build/default/tests/corvane_defaults_probe 50
 }
 
 check_tsan() {

@@ -49,11 +49,6 @@ public:
         return modify([&](Value& value) { value -= amount; }), *this;
     }
 
-    friend bool operator==(const UserSettingReference& setting, const Value& value)
-    {
-        return Value(setting) == value;
-    }
-
 private:
     UserSettings& settings_;
     const Key& key_;

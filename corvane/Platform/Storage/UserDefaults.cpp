@@ -143,6 +143,18 @@ std::string dataFolder()
     return base + "/" + name;
 }
 
+// Kept for good: work that outlives main() may still ask.
+struct StandardSuite {
+    Mutex mutex;
+    std::optional<UserDefaults> suite CORVANE_GUARDED_BY(mutex);
+};
+
+StandardSuite& standardSuite()
+{
+    static auto* const kept = new StandardSuite;
+    return *kept;
+}
+
 } // namespace
 
 const NotificationName
@@ -152,8 +164,17 @@ UserDefaults::UserDefaults(std::shared_ptr<DefaultsStore> store) noexcept : stor
 
 UserDefaults UserDefaults::standard()
 {
-    static auto* const standard = new UserDefaults(programName()); // work that outlives main() may still ask
-    return *standard;
+    const MutexLock lock(standardSuite().mutex);
+    std::optional<UserDefaults>& suite = standardSuite().suite;
+    if (!suite)
+        suite.emplace(programName());
+    return *suite;
+}
+
+void UserDefaults::setStandard(UserDefaults suite)
+{
+    const MutexLock lock(standardSuite().mutex);
+    standardSuite().suite = std::move(suite);
 }
 
 UserDefaults::UserDefaults(std::string_view suiteName) : UserDefaults(suiteName, URL::fromPath(dataFolder()))

@@ -77,6 +77,9 @@ public:
     /// The program's own suite: `UserDefaults(name)` with the main bundle's identifier, or with the name of the
     /// executable where it has none.
     static UserDefaults standard();
+    /// Puts another suite in that place: one in memory for a guest's session, say. Meant for the start of a
+    /// program; whoever has asked before keeps what he was given.
+    static void setStandard(UserDefaults suite);
 
     /// In "$XDG_DATA_HOME/<main bundle's identifier>/", that is "~/.local/share/…" where that is not set.
     explicit UserDefaults(std::string_view suiteName);

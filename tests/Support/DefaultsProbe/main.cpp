@@ -125,11 +125,12 @@ void listen(const UserDefaults& defaults)
         });
     std::fprintf(stderr, "ready\n");
     std::unique_lock lock(mutex);
-    for (std::size_t told = 0; !isOver;) {
+    std::size_t told = 0;
+    do {
         heard.wait(lock);
         for (; told < delays.size(); ++told)
             std::fprintf(stderr, "%lld\n", static_cast<long long>(delays[told]));
-    }
+    } while (!isOver);
     lock.unlock();
     NotificationCenter::defaultCenter().removeObserver(observer);
 }
