@@ -15,7 +15,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -194,13 +193,10 @@ URL temporaryURL(const URL& url, const Bundle& bundle)
 
 std::optional<URL> bundleSupportDirectoryURL()
 {
-    const std::string bundleName = name(Bundle::main());
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data == '/')
-        return URL::fromPath(data).appendingPathComponent(bundleName);
-    const auto home = homeDirectory();
-    if (!home)
+    const auto data = userDataDirectory();
+    if (!data)
         return std::nullopt;
-    return URL::fromPath(*home).appendingPathComponent(".local/share").appendingPathComponent(bundleName);
+    return URL::fromPath(*data).appendingPathComponent(name(Bundle::main()));
 }
 
 std::optional<URL> noSandboxBundleSupportDirectoryURL()

@@ -46,4 +46,14 @@ std::optional<std::string> homeDirectory()
     return home.empty() ? std::nullopt : std::optional(std::move(home));
 }
 
+std::optional<std::string> userDataDirectory()
+{
+    if (const char* const variable = std::getenv("XDG_DATA_HOME"); variable && *variable == '/')
+        return variable;
+    std::optional<std::string> home = homeDirectory();
+    if (home)
+        *home += *home == "/" ? ".local/share" : "/.local/share";
+    return home;
+}
+
 } // namespace corvane

@@ -16,4 +16,9 @@ namespace corvane {
 /// password database says. Thread-safe.
 [[nodiscard]] CORVANE_API std::optional<std::string> homeDirectory();
 
+/// Where the user's programs keep their data, each in a folder of its own: XDG_DATA_HOME where that is an absolute
+/// path, otherwise ".local/share" in the home folder; absent for a user without a home. It need not exist.
+/// Thread-safe.
+[[nodiscard]] CORVANE_API std::optional<std::string> userDataDirectory();
+
 } // namespace corvane

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <utility>
@@ -135,12 +134,9 @@ std::string fileName(std::string_view suiteName)
 // Without a home there is no place, and a path below it cannot be made either.
 std::string dataFolder()
 {
-    const char* const data = std::getenv("XDG_DATA_HOME");
-    const std::string base =
-        data != nullptr && *data == '/' ? data : homeDirectory().value_or("/nonexistent") + "/.local/share";
     std::string name = fileName(programName());
     name.erase(name.rfind('.'));
-    return base + "/" + name;
+    return userDataDirectory().value_or("/nonexistent") + "/" + name;
 }
 
 // Kept for good: work that outlives main() may still ask.

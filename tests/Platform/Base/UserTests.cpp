@@ -6,6 +6,9 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <tuple>
+#include <utility>
+
 namespace corvane {
 namespace {
 
@@ -31,6 +34,19 @@ TEST(UserTests, TheHomeFolderIsAnAbsolutePath)
     for (const auto& [variable, home] : rows) {
         const EnvironmentVariable set("HOME", variable);
         EXPECT_EQ(homeDirectory(), home);
+    }
+}
+
+TEST(UserTests, DataIsKeptWhereTheEnvironmentSaysIfThatIsAnAbsolutePath)
+{
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"/data", "/home/ana", "/data"},
+        {"data", "/home/ana", "/home/ana/.local/share"},
+        {"", "/home/ana", "/home/ana/.local/share"},
+        {nullptr, "/", "/.local/share"}};
+    for (const auto& [data, home, expected] : rows) {
+        const EnvironmentVariable dataHome("XDG_DATA_HOME", data), homeFolder("HOME", home);
+        EXPECT_EQ(userDataDirectory(), expected);
     }
 }
 
