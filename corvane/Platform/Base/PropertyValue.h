@@ -48,6 +48,7 @@ public:
     const Number* asNumber() const noexcept { return std::get_if<Number>(&value_); }
     const std::string* asString() const noexcept { return std::get_if<std::string>(&value_); }
     const Data* asData() const noexcept { return std::get_if<Data>(&value_); }
+    Data* asData() noexcept { return std::get_if<Data>(&value_); } ///< to move a secret out, or overwrite it
     const Date* asDate() const noexcept { return std::get_if<Date>(&value_); }
     const PropertyArray* asArray() const noexcept { return std::get_if<PropertyArray>(&value_); }
     const PropertyDictionary* asDictionary() const noexcept

@@ -148,7 +148,7 @@ struct VaultKeychain::State {
         if (rows.empty())
             return errSecItemNotFound;
         for (Row& row : rows)
-            if (OSStatus status = change(row); status != errSecSuccess)
+            if (OSStatus status = change(file, row); status != errSecSuccess)
                 return status;
         return file.commit();
     }
@@ -202,8 +202,7 @@ OSStatus VaultKeychain::add(const KeychainItem& item, DataView secret)
 OSStatus VaultKeychain::update(const KeychainFilter& filter, const KeychainChanges& changes)
 {
     const MutexLock lock(state_->mutex);
-    VaultFile& file = state_->file;
-    return state_->changeMatches(filter, [&](State::Row& row) {
+    return state_->changeMatches(filter, [&changes](VaultFile& file, State::Row& row) {
         changes.apply(row.item);
         row.item.modified = now();
         return file.replace(row.place, row.mark,
@@ -214,8 +213,8 @@ OSStatus VaultKeychain::update(const KeychainFilter& filter, const KeychainChang
 OSStatus VaultKeychain::remove(const KeychainFilter& filter)
 {
     const MutexLock lock(state_->mutex);
-    VaultFile& file = state_->file;
-    return state_->changeMatches(filter, [&](State::Row& row) { return file.erase(row.place, row.mark); });
+    return state_->changeMatches(
+        filter, [](VaultFile& file, const State::Row& row) { return file.erase(row.place, row.mark); });
 }
 
 KeychainUse VaultKeychain::use(std::string_view)
