@@ -250,11 +250,12 @@ OSStatus VaultFile::commit()
 
 OSStatus VaultFile::verify()
 {
-    Statement header = database_->prepare("SELECT format, keyCheck, state FROM vault");
+    Statement header = database_->prepare("SELECT format, keyCheck, state, (SELECT count(*) FROM "
+                                          "sqlite_schema WHERE name = 'items') FROM vault");
     if (!header.step())
         return header.status() == DatabaseStatus::busy ? errSecTimedOut : errSecVaultDamaged;
     VaultHash check;
-    if (header.intAt(0) != format || !readHash(header.dataAt(1), check))
+    if (header.intAt(0) != format || header.intAt(3) != 1 || !readHash(header.dataAt(1), check))
         return errSecVaultDamaged;
     const std::optional<VaultHash> state = cipher_->openState(header.dataAt(2));
     if (!state)
@@ -268,7 +269,7 @@ OSStatus VaultFile::checkRows(const VaultHash& state)
     VaultHash noted{}; // the sum of the marks that stand there
     VaultHash true_{}; // and of those that should
     std::vector<VaultPlace> places;
-    std::vector<Data> wrong;
+    std::vector<std::pair<VaultPlace, Data>> wrong;
     findAll_.bind();
     while (findAll_.step()) {
         VaultPlace place;
@@ -283,7 +284,7 @@ OSStatus VaultFile::checkRows(const VaultHash& state)
         true_ ^= expected;
         places.push_back(place);
         if (mark != expected)
-            wrong.emplace_back(box.begin(), box.end());
+            wrong.emplace_back(place, Data(box.begin(), box.end()));
     }
     if (findAll_.status() != DatabaseStatus::ok)
         return statusOf(findAll_.status());
@@ -291,18 +292,19 @@ OSStatus VaultFile::checkRows(const VaultHash& state)
     sum_ = state;
     if (wrong.empty())
         return true_ == state ? errSecSuccess : errSecVaultItemsOutdated;
-    damage_ = isMisplaced(places, wrong) ? errSecVaultItemsSwapped : errSecVaultItemDamaged;
+    const bool isSwapped = std::any_of(wrong.begin(), wrong.end(), [&](const auto& row) {
+        return belongsElsewhere(row.first, row.second, places);
+    });
+    damage_ = isSwapped ? errSecVaultItemsSwapped : errSecVaultItemDamaged;
     // With the marks all there, the other rows are as they were last written; otherwise nobody knows which are.
     return noted == state || true_ == state ? errSecSuccess : damage_;
 }
 
-bool VaultFile::isMisplaced(const std::vector<VaultPlace>& places, const std::vector<Data>& boxes) const
+bool VaultFile::belongsElsewhere(const VaultPlace& place, DataView box,
+                                 const std::vector<VaultPlace>& places) const
 {
-    for (const Data& box : boxes)
-        for (const VaultPlace& place : places)
-            if (cipher_->open(place, box))
-                return true;
-    return false;
+    return std::any_of(places.begin(), places.end(),
+                       [&](const VaultPlace& other) { return other != place && cipher_->open(other, box); });
 }
 
 OSStatus VaultFile::walk(const std::optional<VaultHash>& pair, const Use& use)

@@ -58,7 +58,7 @@ private:
     OSStatus makeDatabase(const PrivateFolder& folder);
     OSStatus verify();
     OSStatus checkRows(const VaultHash& state);
-    bool isMisplaced(const std::vector<VaultPlace>& places, const std::vector<Data>& boxes) const;
+    bool belongsElsewhere(const VaultPlace& place, DataView box, const std::vector<VaultPlace>& places) const;
     void close() noexcept;
 
     const std::optional<std::string> path_;
