@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <new>
 #include <string>
@@ -63,6 +62,22 @@ void IndexSet::release() noexcept
     block_ = nullptr;
 }
 
+IndexRun* IndexSet::writable(std::size_t needed) noexcept
+{
+    if (!block_)
+        return needed <= inlineRuns ? inline_ : nullptr;
+    const bool ours = block_->owners.load(std::memory_order_acquire) == 1;
+    return ours && needed <= block_->capacity ? block_->runs() : nullptr;
+}
+
+// Tells of `count` runs with `members` that have been written to `runs`, which are ours alone.
+void IndexSet::setRuns(IndexRun* runs, std::size_t count, Int members) noexcept
+{
+    runCount_ = count;
+    last_ = count > 0 ? runs + count - 1 : nullptr;
+    countBeforeLast_ = members - countOfLast();
+}
+
 // Writes a result whose greatest possible number of runs is known: runs come in ascending order and are
 // stored without a test of the capacity.
 class IndexSet::Writer {
@@ -79,14 +94,13 @@ public:
     /// The set, once `count` runs have been written to `runs()`.
     IndexSet finish(std::size_t count)
     {
-        set_.runCount_ = count;
-        set_.countBeforeLast_ = count > 0 ? membersOf({runs_, count - 1}) : 0;
-        if (set_.block_ && count < set_.block_->capacity / 2) {
+        if (set_.block_ && count < set_.block_->capacity / 3) {
             // Do not let a small result keep a large block for its life.
             IndexSet small;
             small.splice(0, 0, {runs_, count});
             return small;
         }
+        set_.setRuns(runs_, count, membersOf({runs_, count}));
         return std::move(set_);
     }
 
@@ -142,19 +156,28 @@ IndexSet IndexSet::fromIndexes(std::span<const Int> indexes)
 IndexSet::IndexSet(const IndexSet& other) noexcept
     : countBeforeLast_(other.countBeforeLast_), runCount_(other.runCount_), block_(other.block_)
 {
-    if (block_)
+    if (block_) {
         block_->owners.fetch_add(1, std::memory_order_relaxed);
-    else
-        std::copy_n(other.inline_, runCount_, inline_);
+        std::atomic_ref(other.last_).store(nullptr, std::memory_order_relaxed); // others may copy it just now
+    } else {
+        takeInline(other);
+    }
 }
 
 IndexSet::IndexSet(IndexSet&& other) noexcept
     : countBeforeLast_(std::exchange(other.countBeforeLast_, 0)),
       runCount_(std::exchange(other.runCount_, 0)),
-      block_(std::exchange(other.block_, nullptr))
+      block_(std::exchange(other.block_, nullptr)),
+      last_(std::exchange(other.last_, nullptr))
 {
     if (!block_)
-        std::copy_n(other.inline_, runCount_, inline_);
+        takeInline(other);
+}
+
+void IndexSet::takeInline(const IndexSet& other) noexcept
+{
+    std::copy_n(other.inline_, runCount_, inline_);
+    last_ = runCount_ > 0 ? inline_ + runCount_ - 1 : nullptr;
 }
 
 IndexSet& IndexSet::operator=(const IndexSet& other) noexcept
@@ -197,36 +220,18 @@ std::optional<Int> IndexSet::singleIndex() const noexcept
 
 bool IndexSet::contains(Int index) const noexcept
 {
+    // The last run that begins at or before `index`. Both halves being as likely, the compiler is to select, not to
+    // branch: a branch would be mispredicted every other time.
     const IndexRun* run = data();
     std::size_t left = runCount_;
     if (left == 0 || index < run->lower)
         return false;
-    // Where there are many runs, they mostly lie evenly enough for a guess, and a better guess from there, to come
-    // within a few runs of the right one; the search in halves is left with those.
-    constexpr std::size_t near = 8;
-    if (left > 16 * near) {
-        const IndexRun& last = run[left - 1];
-        if (index >= last.lower)
-            return index < last.upper;
-        const double density = static_cast<double>(left - 1) / static_cast<double>(last.lower - run->lower);
-        const auto guess = static_cast<std::ptrdiff_t>(static_cast<double>(index - run->lower) * density);
-        const auto step =
-            static_cast<std::ptrdiff_t>(static_cast<double>(index - run[guess].lower) * density);
-        const auto center = static_cast<std::size_t>(
-            std::clamp<std::ptrdiff_t>(guess + step, near, static_cast<std::ptrdiff_t>(left - 1 - near)));
-        if (run[center - near].lower <= index && index < run[center + near].lower) {
-            run += center - near;
-            left = 2 * near;
-        }
-    }
-    // The last run that begins at or before `index`. Both halves being as likely, the compiler is to select, not to
-    // branch: a branch would be mispredicted every other time.
     while (left > 1) {
         const std::size_t half = left / 2;
         run = __builtin_expect_with_probability(run[half].lower <= index, 1, 0.5) ? run + half : run;
         left -= half;
     }
-    return run->lower <= index && index < run->upper;
+    return index < run->upper;
 }
 
 std::size_t IndexSet::firstRunWithUpperAbove(Int index) const noexcept
@@ -252,21 +257,21 @@ void IndexSet::splice(std::size_t at, std::size_t removed, std::span<const Index
     const std::size_t newCount = runCount_ - removed + added.size();
     const IndexRun* old = data();
     const Int members = count() + membersOf(added) - membersOf({old + at, removed});
-    if (IndexRun* runs = writable(newCount)) {
+    IndexRun* runs = writable(newCount);
+    if (runs) {
         const IndexRun* tail = runs + at + removed;
         std::memmove(runs + at + added.size(), tail, (runCount_ - at - removed) * sizeof(IndexRun));
         std::copy(added.begin(), added.end(), runs + at);
     } else {
-        Block* block = newCount > inlineRuns ? makeBlock(newCount + newCount / 2 + 6) : nullptr;
-        IndexRun* out = block ? block->runs() : inline_; // runs that are not writable are not in `inline_`
-        out = std::copy_n(old, at, out);
+        Block* block = newCount > inlineRuns ? makeBlock(2 * newCount + 2) : nullptr;
+        runs = block ? block->runs() : inline_; // those that are not writable are not in `inline_`
+        IndexRun* out = std::copy_n(old, at, runs);
         out = std::copy(added.begin(), added.end(), out);
         std::copy_n(old + at + removed, runCount_ - at - removed, out);
         release();
         block_ = block;
     }
-    runCount_ = newCount;
-    countBeforeLast_ = members - countOfLast();
+    setRuns(runs, newCount, members);
 }
 
 void IndexSet::insertAnywhere(Int lower, Int upper)
@@ -346,94 +351,37 @@ IndexSet IndexSet::toggling(Int index) const
     return copy;
 }
 
-// A part of a union under way: the runs of two sets in the order of their beginnings, joined where they meet.
-struct IndexSet::Lane {
-    const IndexRun *a, *aEnd, *b, *bEnd;
-    IndexRun* start; // of what it writes
-    IndexRun* out;
-    IndexRun open; // the run that is still growing
-
-    // It is always stored, and written over by the next as long as it grows: which set comes next and whether runs
-    // meet are as good as random, so neither is a branch.
-    void take(IndexRun next) noexcept
-    {
-        const bool apart = next.lower > open.upper;
-        *out = open;
-        out += apart;
-        open.lower = apart ? next.lower : open.lower;
-        open.upper = std::max(open.upper, next.upper);
-    }
-    void takeFirst() noexcept
-    {
-        const bool first = a->lower <= b->lower;
-        const IndexRun next{first ? a->lower : b->lower, first ? a->upper : b->upper};
-        a += first;
-        b += !first;
-        take(next);
-    }
-    std::ptrdiff_t surelyLeft() const noexcept { return std::min(aEnd - a, bEnd - b); }
-    void finish() noexcept
-    {
-        while (surelyLeft() > 0)
-            takeFirst();
-        for (; a != aEnd; ++a)
-            take(*a);
-        for (; b != bEnd; ++b)
-            take(*b);
-        *out++ = open;
-    }
-};
-
 IndexSet IndexSet::union_(const IndexSet& other) const
 {
     if (isEmpty() || other.isEmpty())
         return isEmpty() ? other : *this;
-    const auto mine = runs(), theirs = other.runs();
-    Writer writer(mine.size() + theirs.size());
-
-    // Each turn of a lane waits for the one before, so the lanes, each a part of the positions, take turns.
-    constexpr std::size_t laneCount = 2;
-    Lane lanes[laneCount];
-    const IndexRun *a = mine.data(), *b = theirs.data();
+    const IndexRun *a = data(), *aEnd = a + runCount_, *b = other.data(), *bEnd = b + other.runCount_;
+    Writer writer(runCount_ + other.runCount_ + 1);
+    // A run is always begun behind the last, and written over by the next as long as the last one grows: which set
+    // comes next and whether runs meet are as good as random, so neither is a branch.
     IndexRun* out = writer.runs();
-    std::size_t used = 0;
-    for (std::size_t i = 0; i < laneCount; ++i) {
-        const bool isLast = i + 1 == laneCount;
-        const IndexRun* const aEnd =
-            isLast ? mine.data() + mine.size() : mine.data() + mine.size() * (i + 1) / laneCount;
-        const IndexRun* const bEnd = isLast ? theirs.data() + theirs.size()
-                                            : std::ranges::lower_bound(b, theirs.data() + theirs.size(),
-                                                                       aEnd->lower, {}, &IndexRun::lower);
-        if (a != aEnd || b != bEnd) {
-            const bool first = b == bEnd || (a != aEnd && a->lower <= b->lower);
-            lanes[used++] = {a, aEnd, b, bEnd, out, out, first ? *a : *b};
+    Int end = out->lower = std::min(a->lower, b->lower);
+    const auto take = [&](Int lower, Int upper) {
+        out[1].lower = lower;
+        out += lower > end;
+        out->upper = end = std::max(end, upper);
+    };
+    for (std::ptrdiff_t sure; (sure = std::min(aEnd - a, bEnd - b)) > 0;) {
+        for (; sure > 0; --sure) {
+            const IndexRun mine = *a, theirs = *b;
+            const bool second = theirs.lower < mine.lower;
+            a += !second;
+            b += second;
+            // By arithmetic, as compilers like to branch here.
+            take(std::min(mine.lower, theirs.lower),
+                 mine.upper ^ ((mine.upper ^ theirs.upper) & -Int{second}));
         }
-        out += (aEnd - a) + (bEnd - b);
-        a = aEnd;
-        b = bEnd;
     }
-    if (used == laneCount) {
-        auto [first, second] = lanes;
-        for (std::ptrdiff_t turns; (turns = std::min(first.surelyLeft(), second.surelyLeft())) > 0;) {
-            for (; turns > 0; --turns) {
-                first.takeFirst();
-                second.takeFirst();
-            }
-        }
-        lanes[0] = first;
-        lanes[1] = second;
-    }
-
-    // A lane's last run may reach into the next lanes.
-    IndexRun* end = writer.runs();
-    for (std::size_t i = 0; i < used; ++i) {
-        lanes[i].finish();
-        const IndexRun* next = lanes[i].start;
-        for (; i > 0 && next != lanes[i].out && next->lower <= end[-1].upper; ++next)
-            end[-1].upper = std::max(end[-1].upper, next->upper);
-        end = std::copy(next, static_cast<const IndexRun*>(lanes[i].out), end);
-    }
-    return writer.finish(static_cast<std::size_t>(end - writer.runs()));
+    for (; a != aEnd; ++a)
+        take(a->lower, a->upper);
+    for (; b != bEnd; ++b)
+        take(b->lower, b->upper);
+    return writer.finish(static_cast<std::size_t>(out + 1 - writer.runs()));
 }
 
 IndexSet IndexSet::intersection(const IndexSet& other) const

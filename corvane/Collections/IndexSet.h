@@ -96,7 +96,6 @@ private:
         IndexRun* runs() noexcept { return reinterpret_cast<IndexRun*>(this + 1); }
     };
     class Writer;
-    struct Lane;
     static constexpr std::size_t inlineRuns = 2;
 
     static Block* makeBlock(std::size_t capacity);
@@ -104,6 +103,8 @@ private:
     Int countOfLast() const noexcept;
     /// The runs for writing, if they are ours alone and `needed` of them fit; else null.
     IndexRun* writable(std::size_t needed) noexcept;
+    void takeInline(const IndexSet& other) noexcept;
+    void setRuns(IndexRun* runs, std::size_t count, Int members) noexcept;
     std::size_t firstRunWithUpperAbove(Int index) const noexcept;
     void insertAnywhere(Int index);
     void insertAnywhere(Int lower, Int upper);
@@ -114,6 +115,9 @@ private:
     Int countBeforeLast_ = 0;
     std::size_t runCount_ = 0;
     Block* block_ = nullptr; // shared between copies; null while the runs fit in `inline_`
+    // The last run, while it may be written: a copy takes that right from its original too, until the next change
+    // that finds the runs unshared.
+    mutable IndexRun* last_ = nullptr;
     IndexRun inline_[inlineRuns];
 };
 
@@ -122,29 +126,19 @@ inline Int IndexSet::countOfLast() const noexcept
     return runCount_ == 0 ? 0 : data()[runCount_ - 1].upper - data()[runCount_ - 1].lower;
 }
 
-inline IndexRun* IndexSet::writable(std::size_t needed) noexcept
-{
-    if (!block_)
-        return needed <= inlineRuns ? inline_ : nullptr;
-    const bool ours = block_->owners.load(std::memory_order_acquire) == 1;
-    return ours && needed <= block_->capacity ? block_->runs() : nullptr;
-}
-
 inline void IndexSet::insertRange(Int lower, Int upper)
 {
     // Sets are mostly built in ascending order: a range behind the last run needs no search.
-    if (runCount_ > 0 && lower < upper) {
-        if (IndexRun* runs = writable(runCount_ + 1)) {
-            IndexRun& last = runs[runCount_ - 1];
-            if (lower >= last.upper) {
-                if (lower == last.upper) {
-                    last.upper = upper;
-                } else {
-                    countBeforeLast_ += last.upper - last.lower;
-                    runs[runCount_++] = {lower, upper};
-                }
-                return;
-            }
+    if (last_ && lower < upper && lower >= last_->upper) [[likely]] {
+        if (lower == last_->upper) {
+            last_->upper = upper;
+            return;
+        }
+        if (block_ && runCount_ < block_->capacity) {
+            countBeforeLast_ += last_->upper - last_->lower;
+            *++last_ = {lower, upper};
+            ++runCount_;
+            return;
         }
     }
     insertAnywhere(lower, upper);
@@ -152,18 +146,15 @@ inline void IndexSet::insertRange(Int lower, Int upper)
 
 inline void IndexSet::insert(Int index)
 {
-    // The next after the last: most common of all, and without a look at the capacity.
-    if (IndexRun* runs = runCount_ > 0 ? writable(0) : nullptr) {
-        Int& upper = runs[runCount_ - 1].upper;
-        if (index == upper && index < std::numeric_limits<Int>::max()) {
-            upper = index + 1;
-            return;
-        }
+    constexpr Int most = std::numeric_limits<Int>::max() - 1;
+    if (!last_ || index != last_->upper || index > most) [[unlikely]] {
+        if (index <= most)
+            insertRange(index, index + 1);
+        else
+            insertAnywhere(index);
+        return;
     }
-    if (index < std::numeric_limits<Int>::max()) [[likely]]
-        insertRange(index, index + 1);
-    else
-        insertAnywhere(index);
+    last_->upper = index + 1; // the next after the last: most common of all
 }
 
 /// The set that holds just `index`.

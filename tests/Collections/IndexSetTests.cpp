@@ -8,6 +8,8 @@
 #include <limits>
 #include <random>
 #include <set>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace corvane {
@@ -80,6 +82,25 @@ TEST(IndexSet, EditsCopiesWithoutTouchingTheOriginal)
         EXPECT_EQ(membersOf(original), before);
         expectSound(original);
     }
+}
+
+TEST(IndexSet, IsCopiedByManyThreadsAtOnce)
+{
+    IndexSet original;
+    for (Int i = 0; i < 20; i += 2)
+        original.insert(i);
+    const auto copyAndExtend = [&original = std::as_const(original)] {
+        for (Int i = 0; i < 2000; ++i) {
+            IndexSet copy = original;
+            copy.insert(19); // extends the last run, which is shared
+            EXPECT_EQ(copy.count(), 11);
+        }
+    };
+    std::thread other(copyAndExtend);
+    copyAndExtend();
+    other.join();
+    original.insert(19);
+    EXPECT_EQ(original.last(), 19);
 }
 
 TEST(IndexSet, AsksAndRemovesWhatItCannotHold)
