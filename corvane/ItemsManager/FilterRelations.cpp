@@ -1,28 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/ItemsManager/FilterRelations.h>
 
-#include <algorithm>
-#include <utility>
-
 namespace corvane {
 
-void FilterRelations::setIdentity(Int count) noexcept
+FilterRelations FilterRelations::identity(Int count)
 {
-    positions_.reset();
-    count_ = count;
+    FilterRelations result;
+    result.count_ = count;
+    return result;
 }
 
-void FilterRelations::set(std::unique_ptr<Int[]> ascending, Int count) noexcept
+// The word that holds it: the last with fewer before, as some words hold none.
+std::size_t FilterRelations::wordOf(Int visible) const noexcept
 {
-    positions_ = std::move(ascending);
-    count_ = count;
+    return static_cast<std::size_t>(std::ranges::upper_bound(words_, visible, {}, &Word::before) -
+                                    words_.begin()) -
+           1;
+}
+
+Int FilterRelations::visibleBelow(Int full) const noexcept
+{
+    const auto word = static_cast<std::size_t>(full / bitsInWord);
+    if (word >= words_.size())
+        return count_;
+    const std::uint64_t below = (std::uint64_t{1} << (full % bitsInWord)) - 1;
+    return words_[word].before + std::popcount(words_[word].bits & below);
 }
 
 std::optional<Int> FilterRelations::find(Int visible) const noexcept
 {
-    if (visible < 0 || visible >= count_)
-        return std::nullopt;
-    return positions_ ? positions_[static_cast<std::size_t>(visible)] : visible;
+    std::optional<Int> position;
+    if (visible >= 0 && visible < count_)
+        visit(visible, visible + 1, [&](Int full) { position = full; });
+    return position;
 }
 
 Int FilterRelations::convertToBackup(Int visible) const noexcept
@@ -37,10 +47,12 @@ IndexSet FilterRelations::convertToBackup(const IndexSet& visible) const
     IndexSet result;
     for (const IndexRun& run : visible.runs()) {
         const Int upper = std::min(run.upper, count_);
-        if (!positions_ && run.lower < upper)
+        if (run.lower >= upper)
+            break;
+        if (words_.empty())
             result.insertRange(run.lower, upper);
-        for (Int index = run.lower; positions_ && index < upper; ++index)
-            result.insert(positions_[static_cast<std::size_t>(index)]);
+        else
+            visit(run.lower, upper, [&](Int full) { result.insert(full); });
     }
     if (visible.last() >= count_) // also true of any member when there are no relations; never of none
         result.insert(0);
@@ -49,28 +61,11 @@ IndexSet FilterRelations::convertToBackup(const IndexSet& visible) const
 
 IndexSet FilterRelations::convertToVisible(const IndexSet& full) const
 {
-    const Int* const begin = positions_.get();
-    if (!begin)
+    if (words_.empty())
         return full.intersection(IndexSet::fromRange(0, count_));
-    const Int* const end = begin + count_;
-    // The first from `at` on that is not below `position`, found in ever larger steps: the next is mostly near.
-    const auto seek = [end](const Int* at, Int position) {
-        std::ptrdiff_t step = 1;
-        const Int* low = at;
-        while (step < end - low && low[step] < position) {
-            low += step;
-            step *= 2;
-        }
-        return std::lower_bound(low, std::min(low + step, end), position);
-    };
     IndexSet result;
-    const Int* at = begin;
-    for (const IndexRun& run : full.runs()) {
-        const Int* const first = seek(at, run.lower);
-        at = seek(first, run.upper);
-        if (first != at)
-            result.insertRange(first - begin, at - begin);
-    }
+    for (const IndexRun& run : full.runs())
+        result.insertRange(visibleBelow(run.lower), visibleBelow(run.upper));
     return result;
 }
 

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -217,21 +216,16 @@ template <std::equality_comparable T>
 template <typename Block>
 void ItemsManager<T>::applyFiltering(Block& block)
 {
-    // First the positions, without a branch on the answers, which are as good as random; then the copies, whose
-    // number is known by then. Nothing changes until the block has been asked for all.
-    const std::size_t fullCount = rawItems_.size();
-    auto positions = std::make_unique_for_overwrite<Int[]>(fullCount);
-    std::size_t kept = 0;
-    for (std::size_t p = 0; p < fullCount; ++p) {
-        positions[kept] = static_cast<Int>(p);
-        kept += static_cast<bool>(block(std::as_const(rawItems_[p])));
-    }
+    // First which, then the copies, whose number is known by then. Nothing changes until the block has been asked
+    // for all.
+    const auto itemAt = [this](Int full) -> const T& { return rawItems_[static_cast<std::size_t>(full)]; };
+    FilterRelations relations =
+        FilterRelations::toAccepted(count(), [&](Int full) { return block(itemAt(full)); });
     std::vector<T> visible;
-    visible.reserve(kept);
-    for (std::size_t v = 0; v < kept; ++v)
-        visible.push_back(rawItems_[static_cast<std::size_t>(positions[v])]);
+    visible.reserve(static_cast<std::size_t>(relations.count()));
+    relations.visit(0, relations.count(), [&](Int full) { visible.push_back(itemAt(full)); });
 
-    relations_.set(std::move(positions), static_cast<Int>(kept));
+    relations_ = std::move(relations);
     rawSelection_ = relations_.convertToVisible(rawSelection_);
     backupItems_ = std::exchange(rawItems_, std::move(visible));
 }
@@ -256,7 +250,7 @@ void ItemsManager<T>::updateFilteringIndexes()
         for (const T& item : rawItems_)
             if (!(item == item)) [[unlikely]]
                 detail::failRelations(&item - rawItems_.data(), count());
-    relations_.setIdentity(count());
+    relations_ = FilterRelations::identity(count());
 }
 
 template <std::equality_comparable T>
