@@ -339,11 +339,6 @@ bool isHEIC(DataView beginning)
 
 } // namespace
 
-const ImageFormat heicFormat{
-    "public.heic", true, isHEIC,
-    [](ByteSource bytes) -> std::unique_ptr<ImageDecoder> {
-        return std::make_unique<HEICDecoder>(std::move(bytes));
-    },
-    [](Int) -> std::unique_ptr<ImageEncoder> { return std::make_unique<HEICEncoder>(); }};
+const ImageFormat heicFormat{"public.heic", true, isHEIC, makeDecoder<HEICDecoder>, makeEncoder<HEICEncoder>};
 
 } // namespace corvane::images

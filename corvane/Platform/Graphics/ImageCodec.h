@@ -11,6 +11,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 // What stands between image sources and destinations and the libraries that know the formats. Each format is
 // one `ImageFormat` in a source file of its own; a new one is added there and in `imageFormats`.
@@ -71,6 +73,21 @@ struct ImageFormat {
     /// For `count` images.
     std::unique_ptr<ImageEncoder> (*makeEncoder)(Int count);
 };
+
+// What a format is made with.
+template <typename Decoder>
+std::unique_ptr<ImageDecoder> makeDecoder(ByteSource bytes)
+{
+    return std::make_unique<Decoder>(std::move(bytes));
+}
+template <typename Encoder>
+std::unique_ptr<ImageEncoder> makeEncoder(Int count)
+{
+    if constexpr (std::is_constructible_v<Encoder, Int>)
+        return std::make_unique<Encoder>(count);
+    else
+        return std::make_unique<Encoder>();
+}
 
 extern const ImageFormat pngFormat;
 extern const ImageFormat jpegFormat;

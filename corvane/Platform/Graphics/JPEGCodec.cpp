@@ -412,11 +412,8 @@ private:
 
 } // namespace
 
-const ImageFormat jpegFormat{
-    "public.jpeg", false, [](DataView beginning) { return startsWith(beginning, "\xFF\xD8\xFF"); },
-    [](ByteSource bytes) -> std::unique_ptr<ImageDecoder> {
-        return std::make_unique<JPEGDecoder>(std::move(bytes));
-    },
-    [](Int) -> std::unique_ptr<ImageEncoder> { return std::make_unique<JPEGEncoder>(); }};
+const ImageFormat jpegFormat{"public.jpeg", false,
+                             [](DataView beginning) { return startsWith(beginning, "\xFF\xD8\xFF"); },
+                             makeDecoder<JPEGDecoder>, makeEncoder<JPEGEncoder>};
 
 } // namespace corvane::images

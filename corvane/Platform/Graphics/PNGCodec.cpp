@@ -332,11 +332,8 @@ private:
 
 } // namespace
 
-const ImageFormat pngFormat{
-    "public.png", false, [](DataView beginning) { return startsWith(beginning, "\x89PNG\r\n\x1A\n"); },
-    [](ByteSource bytes) -> std::unique_ptr<ImageDecoder> {
-        return std::make_unique<PNGDecoder>(std::move(bytes));
-    },
-    [](Int) -> std::unique_ptr<ImageEncoder> { return std::make_unique<PNGEncoder>(); }};
+const ImageFormat pngFormat{"public.png", false,
+                            [](DataView beginning) { return startsWith(beginning, "\x89PNG\r\n\x1A\n"); },
+                            makeDecoder<PNGDecoder>, makeEncoder<PNGEncoder>};
 
 } // namespace corvane::images

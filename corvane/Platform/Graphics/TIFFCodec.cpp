@@ -487,16 +487,13 @@ private:
 
 } // namespace
 
-const ImageFormat tiffFormat{
-    "public.tiff", true,
-    [](DataView beginning) {
-        using namespace std::string_view_literals;
-        return startsWith(beginning, "II*\0"sv) || startsWith(beginning, "MM\0*"sv) ||
-               startsWith(beginning, "II+\0"sv) || startsWith(beginning, "MM\0+"sv);
-    },
-    [](ByteSource bytes) -> std::unique_ptr<ImageDecoder> {
-        return std::make_unique<TIFFDecoder>(std::move(bytes));
-    },
-    [](Int count) -> std::unique_ptr<ImageEncoder> { return std::make_unique<TIFFEncoder>(count); }};
+const ImageFormat tiffFormat{"public.tiff", true,
+                             [](DataView beginning) {
+                                 using namespace std::string_view_literals;
+                                 return startsWith(beginning, "II*\0"sv) ||
+                                        startsWith(beginning, "MM\0*"sv) ||
+                                        startsWith(beginning, "II+\0"sv) || startsWith(beginning, "MM\0+"sv);
+                             },
+                             makeDecoder<TIFFDecoder>, makeEncoder<TIFFEncoder>};
 
 } // namespace corvane::images
