@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Support/ItemsManagerModel.h"
 #include <corvane/Collections/Array.h>
 
 #include <gmock/gmock.h>
@@ -87,17 +88,7 @@ TEST(Array, EditsAsStepByStepEditsWould)
                 model.erase(model.begin() + *at);
         } else {
             const Int to = below(model.size() + 1);
-            std::vector<std::string> moving;
-            Int removedSoFar = 0, belowGap = 0;
-            for (const Int i : indexes) {
-                if (i < to)
-                    ++belowGap;
-                moving.push_back(model[static_cast<std::size_t>(i - removedSoFar)]);
-                model.erase(model.begin() + (i - removedSoFar));
-                ++removedSoFar;
-            }
-            model.insert(model.begin() + (to - belowGap), moving.begin(), moving.end());
-            ASSERT_EQ(move(array, indexes, to), to - belowGap);
+            ASSERT_EQ(move(array, indexes, to), tests::moveStepByStep(model, indexes, to));
         }
         ASSERT_EQ(array.size(), model.size());
         for (std::size_t i = 0; i < model.size(); ++i)

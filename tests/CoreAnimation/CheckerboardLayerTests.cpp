@@ -62,54 +62,46 @@ TEST(CheckerboardLayerTests, DefaultSquaresOfFiveFromTheOrigin)
     EXPECT_EQ(picture.at(5, 0), white);
 }
 
-TEST(CheckerboardLayerTests, TilesBelongToTheCoordinatesNotToTheBounds)
+// A layer of these bounds in a picture of 60 by 60, drawn by `display`.
+Picture pictureOf(const CGRect& bounds, const std::function<void(CGContext&, CALayer&)>& display)
 {
     CheckerboardLayer layer;
-    layer.setBounds(CGRect::make(3, 7, 30, 20));
-    const Picture picture(64, 64, [&](CGContext& context) {
+    layer.setBounds(bounds);
+    return Picture(60, 60, [&](CGContext& context) { display(context, layer); });
+}
+
+TEST(CheckerboardLayerTests, TilesBelongToTheCoordinatesAndScaleToWholePixels)
+{
+    const auto moved = pictureOf(CGRect::make(3, 7, 30, 20), [](CGContext& context, CALayer& layer) {
         context.translateBy(11, 4);
         layer.display(context);
     });
-    expectBoard(picture, CGRect::make(14, 11, 30, 20), 5, 11, 4);
-}
-
-TEST(CheckerboardLayerTests, ScalesToWholePixelsExactly)
-{
-    CheckerboardLayer layer;
-    layer.setBounds(CGRect::make(0, 0, 20, 20));
-    const Picture picture(70, 70, [&](CGContext& context) {
+    expectBoard(moved, CGRect::make(14, 11, 30, 20), 5, 11, 4);
+    const auto scaled = pictureOf(CGRect::make(0, 0, 20, 20), [](CGContext& context, CALayer& layer) {
         context.scaleBy(3, 3);
         layer.display(context);
     });
-    expectBoard(picture, CGRect::make(0, 0, 60, 60), 15);
+    expectBoard(scaled, CGRect::make(0, 0, 60, 60), 15);
 }
 
-TEST(CheckerboardLayerTests, AFlippedContextHasTheOriginInItsUpperLeftCorner)
+TEST(CheckerboardLayerTests, AFlippedOrAHostsContextHasTheOriginInItsUpperLeftCorner)
 {
-    CheckerboardLayer layer;
-    layer.setBounds(CGRect::make(0, 0, 40, 32));
-    const Picture picture(40, 32, [&](CGContext& context) {
+    const CGRect bounds = CGRect::make(0, 0, 40, 32);
+    const auto flipped = pictureOf(bounds, [](CGContext& context, CALayer& layer) {
         context.flip();
         layer.display(context);
     });
-    for (Int y = 0; y < 32; ++y)
-        for (Int x = 0; x < 40; ++x)
-            ASSERT_EQ(picture.at(x, 31 - y), expected(x, y, 5)) << x << ", " << y;
-}
-
-TEST(CheckerboardLayerTests, AHostsContextKeepsItsOwnCoordinates)
-{
-    CheckerboardLayer layer;
-    layer.setBounds(CGRect::make(0, 0, 40, 32));
-    const Picture picture(60, 50, [&](CGContext& context) {
+    const auto hosted = pictureOf(bounds, [](CGContext& context, CALayer& layer) {
         context.flip();
         context.translateBy(7, 3);
         CGContext host = CGContext::wrapping(context.cairo());
         layer.display(host);
     });
     for (Int y = 0; y < 32; ++y)
-        for (Int x = 0; x < 40; ++x)
-            ASSERT_EQ(picture.at(x + 7, 49 - 3 - y), expected(x, y, 5)) << x << ", " << y;
+        for (Int x = 0; x < 40; ++x) {
+            ASSERT_EQ(flipped.at(x, 59 - y), expected(x, y, 5)) << x << ", " << y;
+            ASSERT_EQ(hosted.at(x + 7, 59 - 3 - y), expected(x, y, 5)) << x << ", " << y;
+        }
 }
 
 TEST(CheckerboardLayerTests, ClipsHoldAndDoNotShiftTheTiles)

@@ -6,35 +6,28 @@
 namespace corvane {
 namespace {
 
-TEST(OrientationTests, TurnsInQuarters)
+template <typename Direction>
+void expectQuarterTurns(const Direction (&clockwise)[4])
 {
-    using enum Orientation;
-    constexpr Orientation clockwise[] = {up, right, down, left, up};
-    for (int n = 0; n < 4; ++n) {
-        EXPECT_EQ(corvane::right(clockwise[n]), clockwise[n + 1]);
-        EXPECT_EQ(corvane::left(clockwise[n + 1]), clockwise[n]);
+    Direction forth = clockwise[0], back = clockwise[0];
+    for (std::size_t n = 1; n <= 4; ++n) {
+        EXPECT_EQ(right(clockwise[n - 1]), clockwise[n % 4]);
+        EXPECT_EQ(left(clockwise[n % 4]), clockwise[n - 1]);
+        turnRight(forth);
+        turnLeft(back);
+        EXPECT_EQ(forth, clockwise[n % 4]);
+        EXPECT_EQ(back, clockwise[4 - n]);
     }
-    Orientation facing = up;
-    turnLeft(facing);
-    EXPECT_EQ(facing, left);
-    for (int n = 0; n < 5; ++n)
-        turnRight(facing);
-    EXPECT_EQ(facing, up);
 }
 
-TEST(OrientationTests, CompassTurnsInQuarters)
+TEST(OrientationTests, TurnInQuarters)
 {
-    using enum CardinalDirection;
-    constexpr CardinalDirection clockwise[] = {north, east, south, west, north};
-    for (int n = 0; n < 4; ++n) {
-        EXPECT_EQ(right(clockwise[n]), clockwise[n + 1]);
-        EXPECT_EQ(left(clockwise[n + 1]), clockwise[n]);
+    {
+        using enum Orientation;
+        expectQuarterTurns({up, Orientation::right, down, Orientation::left});
     }
-    CardinalDirection heading = east;
-    turnLeft(heading);
-    EXPECT_EQ(heading, north);
-    turnRight(heading);
-    EXPECT_EQ(heading, east);
+    using enum CardinalDirection;
+    expectQuarterTurns({north, east, south, west});
 }
 
 TEST(OrientationTests, TwoWayDirectionsToggle)

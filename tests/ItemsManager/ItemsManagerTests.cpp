@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -40,65 +42,104 @@ std::optional<tests::Posted<char>> updateOf(Manager& manager, Operation&& operat
     return did;
 }
 
-TEST(ItemsManager, AcceptsOnePastTheEndAsSelection)
+struct Change {
+    const char* items;
+    IndexSet selected;
+    std::function<void(Manager&)> change;
+    const char* itemsAfter;
+    IndexSet selectedAfter;
+    std::map<std::string, tests::Positions> says = {}; // some of what the did-notification carries
+};
+
+void expectChange(const Change& row, bool automaticSelection = true)
 {
-    Manager manager(letters("abc"));
-    EXPECT_FALSE(updateOf(manager, [&] { manager.setSelection({}); }));
-    EXPECT_TRUE(updateOf(manager, [&] { manager.setSelection({0, 3}); }));
-    EXPECT_FALSE(updateOf(manager, [&] { manager.setSelection({0, 3}); }));
-    EXPECT_FALSE(updateOf(manager, [&] { manager.setSelection({4}); }));
-    EXPECT_THAT(manager.selection(), ElementsAre(0, 3));
+    Manager manager(letters(row.items));
+    manager.setSelection(row.selected);
+    manager.enableAutomaticSelection = automaticSelection;
+    const auto update = updateOf(manager, [&] { row.change(manager); });
+    EXPECT_EQ(textOf(manager), row.itemsAfter);
+    EXPECT_EQ(manager.selection(), row.selectedAfter);
+    // Whatever changes is announced, and nothing else.
+    EXPECT_EQ(update.has_value(), textOf(manager) != row.items || manager.selection() != row.selected);
+    for (const auto& [key, positions] : row.says)
+        EXPECT_EQ(update->sets.at(key), positions) << key;
 }
 
-TEST(ItemsManager, SelectsTheFirstInsertedItemIfAnyIsVisible)
+const auto selecting = [](IndexSet set) { return [=](Manager& manager) { manager.setSelection(set); }; };
+const auto inserting = [](const char* text, Int at) {
+    return [=](Manager& manager) { manager.insert(letters(text), at); };
+};
+const auto removing = [](IndexSet set) { return [=](Manager& manager) { manager.remove(set); }; };
+const auto moving = [](IndexSet from, Int to) { return [=](Manager& manager) { manager.move(from, to); }; };
+const auto stepping = [](void (Manager::*select)(Int), Int by) {
+    return [=](Manager& manager) { (manager.*select)(by); };
+};
+
+TEST(ItemsManager, ChangesItemsAndSelection)
+{
+    constexpr auto next = &Manager::selectNext, previous = &Manager::selectPrevious;
+    const Change rows[] = {
+        {"abc", {}, selecting({}), "abc", {}},
+        {"abc", {}, selecting({0, 3}), "abc", {0, 3}}, // one past the end
+        {"abc", {0, 3}, selecting({0, 3}), "abc", {0, 3}},
+        {"abc", {0, 3}, selecting({4}), "abc", {0, 3}},
+        {"abcd", {1}, &Manager::selectAll, "abcd", {0, 1, 2, 3}},
+        {"abcd", {1}, &Manager::deselectAll, "abcd", {}},
+        {"", {}, &Manager::selectFirst, "", {}},
+        {"abcd", {1}, stepping(next, 3), "abcd", {3}},
+        {"abcd", {2}, stepping(previous, 5), "abcd", {0}},
+        {"abcd", {0, 2}, stepping(next, 1), "abcd", {3}},
+        {"abcd", {1, 3}, stepping(previous, 1), "abcd", {0}},
+        {"abcd", {}, stepping(next, 1), "abcd", {}},
+        {"abcd", {1}, stepping(next, -5), "abcd", {1}},     // below zero: refused
+        {"abcd", {1}, stepping(previous, -3), "abcd", {4}}, // one past the end
+        {"abcd", {1}, stepping(previous, -4), "abcd", {1}},
+        {"", {0}, stepping(next, 1), "", {0}}, // one past the end of nothing; the last item would be -1
+        {"abcd", {1, 2}, inserting("xy", 1), "axybcd", {1}, {{"InsertedIndexes", {1, 2}}}},
+        {"abcd", {1, 2}, inserting("", 1), "abcd", {1, 2}},
+        {"abcde", {3, 4}, removing({1, 2}), "ade", {1, 2}, {{"RemovedIndexes", {1, 2}}}},
+        {"abcde", {3}, removing({3, 4}), "abc", {2}},
+        {"abcde", {1}, removing({1}), "acde", {1}}, // what slid into its place
+        {"abcde", {}, removing({0}), "bcde", {0}},
+        {"abcde", {0, 4}, removing({0}), "bcde", {3}},
+        {"abcde", {2}, &Manager::removeAll, "", {}},
+        {"abcde", {5}, removing({0}), "bcde", {4}}, // one past the end stays that
+        {"", {}, &Manager::removeAll, "", {}},
+        {"", {}, removing({7}), "", {}}, // nothing to remove from
+        {"abcd", {}, moving({0}, 3), "bcad", {2}, {{"MovedFromIndexes", {0}}, {"MovedToIndexes", {2}}}},
+        {"bcad", {2}, [](Manager& manager) { manager.moveSelected(0); }, "abcd", {0}},
+        {"abcd", {}, [](Manager& manager) { manager.moveSelected(0); }, "abcd", {}},
+        {"cab", {0}, [](Manager& manager) { manager.sort(std::less<>()); }, "abc", {2}},
+        {"", {}, [](Manager& manager) { manager.sort(std::less<>()), manager.reverseOrder(); }, "", {}},
+        {"abc", {2}, &Manager::reverseOrder, "cba", {0}},
+    };
+    for (const Change& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        expectChange(row);
+    }
+    const Change withoutAutomaticSelection[] = {
+        {"abcd", {0}, inserting("z", 4), "abcdz", {}},
+        {"abcde", {1}, &Manager::removeSelected, "acde", {}},
+        {"abcd", {}, moving({0}, 3), "bcad", {2}, {{"NewSelection", {2}}}},
+    };
+    for (const Change& row : withoutAutomaticSelection) {
+        SCOPED_TRACE(row.itemsAfter);
+        expectChange(row, false);
+    }
+    Manager manager(letters("ba"));
+    EXPECT_EQ(updateOf(manager, [&] { manager.sort(std::less<>()); })->action, ItemsManagerAction::sort);
+    EXPECT_EQ(updateOf(manager, [&] { manager.reverseOrder(); })->action, ItemsManagerAction::sort);
+}
+
+TEST(ItemsManager, SelectsNothingWhenWhatIsInsertedIsHidden)
 {
     Manager manager(letters("abcd"));
-    manager.setSelection({1, 2});
-    const auto update = updateOf(manager, [&] { manager.insert(letters("xy"), 1); });
-    EXPECT_EQ(update->sets.at("InsertedIndexes"), (tests::Positions{1, 2}));
-    EXPECT_EQ(textOf(manager), "axybcd");
-    EXPECT_THAT(manager.selection(), ElementsAre(1));
-    EXPECT_FALSE(updateOf(manager, [&] { manager.append({}); }));
-
-    manager.enableAutomaticSelection = false;
-    manager.append(letters("z"));
-    EXPECT_THAT(manager.selection(), ElementsAre());
-
-    manager.enableAutomaticSelection = true;
     manager.setSelection({0});
     manager.setFilteringBlock([](char c) { return c < 'x'; });
     const auto hidden = updateOf(manager, [&] { manager.insert(letters("yz"), 1); });
     EXPECT_THAT(hidden->sets.at("InsertedIndexes"), ElementsAre());
     EXPECT_THAT(hidden->sets.at("NewSelection"), ElementsAre());
     EXPECT_EQ(textOf(manager), "abcd");
-}
-
-TEST(ItemsManager, KeepsOrMovesTheSelectionOnRemoval)
-{
-    struct Row {
-        IndexSet selected;
-        IndexSet removed;
-        IndexSet left;
-    };
-    for (const auto& [selected, removed, left] : {
-             Row{{3, 4}, {1, 2}, {1, 2}}, Row{{3}, {3, 4}, {2}},
-             Row{{1}, {1}, {1}}, // what slid into its place
-             Row{{}, {0}, {0}}, Row{{0, 4}, {0}, {3}}, Row{{2}, {0, 1, 2, 3, 4}, {}},
-             Row{{5}, {0}, {4}}, // one past the end stays that
-         }) {
-        Manager manager(letters("abcde"));
-        manager.setSelection(selected);
-        manager.remove(removed);
-        EXPECT_EQ(manager.selection(), left);
-    }
-    Manager manager(letters("abcde"));
-    manager.enableAutomaticSelection = false;
-    manager.setSelection({1});
-    manager.removeSelected();
-    EXPECT_THAT(manager.selection(), ElementsAre());
-    EXPECT_TRUE(updateOf(manager, [&] { manager.removeAll(); }));
-    EXPECT_FALSE(updateOf(manager, [&] { manager.removeAll(); }));
-    EXPECT_FALSE(updateOf(manager, [&] { manager.remove({7}); })); // nothing to remove from
 }
 
 TEST(ItemsManager, AnswersAboutTheSelection)
@@ -120,32 +161,6 @@ TEST(ItemsManager, AnswersAboutTheSelection)
     EXPECT_THAT(manager.selected(), ElementsAre('b', 'c'));
     manager.selectFirst();
     EXPECT_THAT(manager.singleSelectedItem(), Pointee('a'));
-}
-
-TEST(ItemsManager, StepsFromTheEndsOfTheSelection)
-{
-    Manager manager(letters("abcd"));
-    const auto after = [&](IndexSet start, auto command) {
-        manager.setSelection(std::move(start));
-        command();
-        return manager.selection();
-    };
-    EXPECT_THAT(after({1}, [&] { manager.selectNext(3); }), ElementsAre(3));
-    EXPECT_THAT(after({2}, [&] { manager.selectPrevious(5); }), ElementsAre(0));
-    EXPECT_THAT(after({0, 2}, [&] { manager.selectNext(); }), ElementsAre(3));
-    EXPECT_THAT(after({1, 3}, [&] { manager.selectPrevious(); }), ElementsAre(0));
-    EXPECT_THAT(after({}, [&] { manager.selectNext(); }), ElementsAre());
-    EXPECT_THAT(after({1}, [&] { manager.selectNext(-5); }), ElementsAre(1));     // below zero: refused
-    EXPECT_THAT(after({1}, [&] { manager.selectPrevious(-3); }), ElementsAre(4)); // one past the end
-    EXPECT_THAT(after({1}, [&] { manager.selectPrevious(-4); }), ElementsAre(1));
-    EXPECT_THAT(after({1}, [&] { manager.selectAll(); }), ElementsAre(0, 1, 2, 3));
-    EXPECT_THAT(after({1}, [&] { manager.deselectAll(); }), ElementsAre());
-
-    Manager none;
-    none.selectFirst();
-    none.setSelection({0}); // one past the end of nothing
-    none.selectNext();      // to the last item, which would be -1: refused
-    EXPECT_THAT(none.selection(), ElementsAre(0));
 }
 
 TEST(ItemsManager, FiltersAndShowsAllAgain)
@@ -207,36 +222,6 @@ TEST(ItemsManager, KeepsASoundListWhenAFilterThrows)
     EXPECT_EQ(textOf(manager), "abcd");
     manager.append(letters("e")); // not taken for a change within the change
     EXPECT_EQ(textOf(manager), "abcde");
-}
-
-TEST(ItemsManager, MovesAndSelectsWhatMoved)
-{
-    Manager manager(letters("abcd"));
-    manager.enableAutomaticSelection = false;
-    const auto update = updateOf(manager, [&] { manager.move({0}, 3); });
-    EXPECT_EQ(textOf(manager), "bcad");
-    EXPECT_EQ(update->sets.at("MovedFromIndexes"), (tests::Positions{0}));
-    EXPECT_EQ(update->sets.at("MovedToIndexes"), (tests::Positions{2}));
-    EXPECT_EQ(update->sets.at("NewSelection"), (tests::Positions{2}));
-    manager.moveSelected(0);
-    EXPECT_EQ(textOf(manager), "abcd");
-    manager.deselectAll();
-    EXPECT_FALSE(updateOf(manager, [&] { manager.moveSelected(0); }));
-}
-
-TEST(ItemsManager, SortsAndReversesWithTheSelection)
-{
-    Manager manager(letters("cab"));
-    manager.setSelection({0});
-    EXPECT_EQ(updateOf(manager, [&] { manager.sort(std::less<>()); })->action, ItemsManagerAction::sort);
-    EXPECT_EQ(textOf(manager), "abc");
-    EXPECT_THAT(manager.selection(), ElementsAre(2));
-    const auto update = updateOf(manager, [&] { manager.reverseOrder(); });
-    EXPECT_EQ(update->action, ItemsManagerAction::sort);
-    EXPECT_EQ(textOf(manager), "cba");
-    EXPECT_THAT(manager.selection(), ElementsAre(0));
-    Manager none;
-    EXPECT_FALSE(updateOf(none, [&] { none.sort(std::less<>()), none.reverseOrder(); }));
 }
 
 TEST(ItemsManager, MayBeChangedFromTheDidNotification)

@@ -17,6 +17,24 @@ namespace corvane::tests {
 
 using Positions = std::set<Int>;
 
+/// `corvane::move`, one element after the other.
+template <typename T, typename Indexes>
+Int moveStepByStep(std::vector<T>& array, const Indexes& ascending, Int destination)
+{
+    std::vector<T> moving;
+    Int removedSoFar = 0, below = 0;
+    for (const Int i : ascending) {
+        if (i < destination)
+            ++below;
+        moving.push_back(array.at(static_cast<std::size_t>(i - removedSoFar)));
+        array.erase(array.begin() + (i - removedSoFar));
+        ++removedSoFar;
+    }
+    const Int insertionIndex = destination - below;
+    array.insert(array.begin() + insertionIndex, moving.begin(), moving.end());
+    return insertionIndex;
+}
+
 /// One notification, with what the manager showed when it was posted.
 template <typename T>
 struct Posted {
@@ -156,14 +174,14 @@ public:
             return;
         Info info{ItemsManagerAction::move, {{"MovedFromIndexes", indexes}, {"OldSelection", rawSelection}}};
         post(false, info);
-        const Int insertionIndex = moveIn(rawItems, indexes, destination);
+        const Int insertionIndex = moveStepByStep(rawItems, indexes, destination);
         rawSelection.clear();
         for (Int i = 0; i < static_cast<Int>(indexes.size()); ++i)
             rawSelection.insert(insertionIndex + i);
         info.sets["MovedToIndexes"] = rawSelection;
         info.sets["NewSelection"] = rawSelection;
         if (filteringBlock) {
-            moveIn(backupItems, convertToBackup(indexes), convertToBackup(destination));
+            moveStepByStep(backupItems, convertToBackup(indexes), convertToBackup(destination));
             updateFilteringIndexes();
         }
         post(true, info);
@@ -253,22 +271,6 @@ private:
             relations[static_cast<Int>(p)] = static_cast<Int>(j);
             ++j;
         }
-    }
-
-    static Int moveIn(std::vector<T>& array, const Positions& indexes, Int destination)
-    {
-        std::vector<T> moving;
-        Int removedSoFar = 0, below = 0;
-        for (const Int i : indexes) {
-            if (i < destination)
-                ++below;
-            moving.push_back(array.at(static_cast<std::size_t>(i - removedSoFar)));
-            array.erase(array.begin() + (i - removedSoFar));
-            ++removedSoFar;
-        }
-        const Int insertionIndex = destination - below;
-        array.insert(array.begin() + insertionIndex, moving.begin(), moving.end());
-        return insertionIndex;
     }
 };
 
