@@ -241,7 +241,7 @@ void overwritingCopy(const URL& at, const URL& to)
     if (file)
         error = copyContents(from, *file);
     if (!error)
-        error = file->commit();
+        error = file->commit(AtomicFile::Durability::ordered); // the source has the bytes as well
     if (error)
         throw filesystem_error("cannot copy over the file", from, destination, error);
 }

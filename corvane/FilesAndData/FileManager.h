@@ -82,7 +82,8 @@ CORVANE_API std::optional<URL> createBundleSupportDirectoryWithComponent(std::st
 
 /// Copies a file onto `to`. What is there is replaced in one step: whoever opens it meets either the old content
 /// or all of the new, its permissions stay, and a symbolic link stays and leads to the new content. Where nothing
-/// is, this is `FileManager::copyItem`. File systems that can share the bytes of copies do.
+/// is, this is `FileManager::copyItem`. File systems that can share the bytes of copies do. A lost power supply leaves
+/// the old content or all of the new as well; which of them is sure only once the system has written it.
 CORVANE_API void overwritingCopy(const URL& at, const URL& to);
 
 } // namespace corvane

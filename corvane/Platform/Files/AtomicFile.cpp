@@ -3,8 +3,10 @@
 #include <corvane/Platform/Files/AtomicFile.h>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -87,6 +89,14 @@ bool takePermissions(int file, const struct stat& replaced, const std::string& r
     const ssize_t size = ::getxattr(replacedPath.c_str(), attribute, accessList.data(), accessList.size());
     return size <= 0 ||
            ::fsetxattr(file, attribute, accessList.data(), static_cast<std::size_t>(size), 0) == 0;
+}
+
+// Whether the file system of a file has its bytes written before a rename of it over another becomes lasting. This
+// is how ext4 is set up unless somebody asks for something else.
+bool writesBeforeRenaming(int file) noexcept
+{
+    struct statfs found {};
+    return ::fstatfs(file, &found) == 0 && found.f_type == EXT4_SUPER_MAGIC;
 }
 
 } // namespace
@@ -193,21 +203,22 @@ std::error_code AtomicFile::write(DataView bytes) noexcept
     return {};
 }
 
-std::error_code AtomicFile::commit() noexcept
+std::error_code AtomicFile::commit(Durability durability) noexcept
 {
     precondition(file_ >= 0, "A file can be committed only once");
-    const std::error_code error = takePlace();
+    const std::error_code error = takePlace(durability);
     discard();
     return error;
 }
 
-std::error_code AtomicFile::takePlace() noexcept
+std::error_code AtomicFile::takePlace(Durability durability) noexcept
 {
     struct stat replaced {};
     if (::fstatat(folder_, target_.c_str(), &replaced, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(replaced.st_mode))
         if (!takePermissions(file_, replaced, descriptorPath(folder_) + "/" + target_))
             return lastError();
-    if (::fsync(file_) != 0)
+    const bool waits = durability == Durability::synced || !writesBeforeRenaming(file_);
+    if (waits && ::fsync(file_) != 0)
         return lastError();
     if (temporary_.empty()) {
         const std::string unnamed = descriptorPath(file_);
@@ -222,7 +233,8 @@ std::error_code AtomicFile::takePlace() noexcept
     temporary_.clear();
     // The content is whole under its name already; a folder that cannot be synced only delays when that is
     // sure.
-    ::fsync(folder_);
+    if (waits)
+        ::fsync(folder_);
     return {};
 }
 

@@ -43,9 +43,14 @@ public:
     /// Appends `bytes`; the error is empty when all of them are written.
     std::error_code write(DataView bytes) noexcept;
 
-    /// Syncs the bytes and puts the file in the target's place. To be called at most once, as the last call.
-    /// On failure the target is as it was.
-    std::error_code commit() noexcept;
+    /// When the bytes have to be on the disk: before `commit` returns, or, for bytes that are somewhere else too,
+    /// not later than the name, so that a lost power supply leaves the old bytes or the new ones all the same. That
+    /// costs no waiting on file systems that keep this order by themselves (ext4 does), and is `synced` on others.
+    enum class Durability { synced, ordered };
+
+    /// Puts the file in the target's place. To be called at most once, as the last call. On failure the target is
+    /// as it was.
+    std::error_code commit(Durability durability = Durability::synced) noexcept;
 
     /// The open file, for code that writes and seeks by itself. Stays owned by this object.
     int descriptor() const noexcept { return file_; }
@@ -53,7 +58,7 @@ public:
 private:
     AtomicFile() = default;
     std::error_code open(std::string_view path);
-    std::error_code takePlace() noexcept;
+    std::error_code takePlace(Durability durability) noexcept;
     void discard() noexcept;
 
     int folder_ = -1;
