@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/CoreGraphics/CGImage.h>
 #include <corvane/CoreGraphics/CGImageSource.h>
+#include <tests/Support/Hardship.h>
 #include <tests/Support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
@@ -188,12 +189,12 @@ TEST(CoreGraphicsImage, FixedLines)
     const std::string line = "CGImageDestinationCreateWithURL fails\n";
     EXPECT_EQ(printedBy([&] { EXPECT_FALSE(write(opaque(), CGImageExportFormat::png, nowhere)); }), line);
     EXPECT_EQ(printedBy([&] { EXPECT_FALSE(writeAsTIFF(opaque(), nowhere)); }), line);
-    if (::geteuid() != 0) {
+    tests::asOrdinaryUser(folder, [&] {
         std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_read);
         const URL barred = URL::fromPath(folder / "barred.png");
         EXPECT_EQ(printedBy([&] { EXPECT_FALSE(writeAsPNG(opaque(), barred)); }), line);
         std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all);
-    }
+    });
     const std::string context = "CGContext.createRGBBitmapContex cannot create context\n";
     bool called = false;
     EXPECT_EQ(printedBy([&] { EXPECT_FALSE(drawWith(0, 5, [&](CGContext&) { called = true; })); }), context);

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/FilesAndData/FileManager.h>
 #include <corvane/Platform/Base/User.h>
+#include <corvane/Platform/Files/AtomicFile.h>
 #include <corvane/Platform/Files/FileManager.h>
 
 #include <Support/EnvironmentVariable.h>
+#include <Support/Hardship.h>
 #include <Support/TemporaryFolder.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -13,6 +15,8 @@
 
 #include <csignal>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <set>
 #include <thread>
 #include <vector>
@@ -215,16 +219,126 @@ TEST(FilesFileManagerTests, AFailedCopyLeavesEverythingAsItWas)
     ::setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, handler);
 
-    if (::geteuid() != 0) {
-        fs::permissions(folder.path(), fs::perms::owner_read | fs::perms::owner_exec);
-        EXPECT_THROW(overwritingCopy(big, old), filesystem_error);
-        EXPECT_THROW(overwritingCopy(big, file(folder / "new")), filesystem_error);
-        EXPECT_THROW(createAvailableItem(file(folder / "new")), filesystem_error);
-        fs::permissions(folder.path(), fs::perms::owner_all);
-    }
     EXPECT_EQ(TemporaryFolder::read(old.path()), "old");
     EXPECT_THAT(FileManager::contentsOfDirectory(folder.path().string()),
                 UnorderedElementsAre("big", "old", "sub", "pipe"));
+}
+
+// Each file and folder below a folder with what it holds, for before and after.
+std::map<std::string, std::string> snapshot(const std::string& folder)
+{
+    std::map<std::string, std::string> items;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        items[entry.path()] = entry.is_regular_file() ? TemporaryFolder::read(entry.path()) : "";
+    return items;
+}
+
+struct Attempt {
+    const char* name;
+    std::function<void()> action;
+};
+
+// All operations that write, from what is in `source` to what is in `target`, which both hold a "file", a "link" to it
+// and a "tree" with a file.
+std::vector<Attempt> attempts(const std::string& source, const std::string& target)
+{
+    const auto at = [](const std::string& folder, const char* name) { return file(folder + "/" + name); };
+    return {
+        {"copy over a file", [=] { overwritingCopy(at(source, "file"), at(target, "file")); }},
+        {"copy over a link", [=] { overwritingCopy(at(source, "file"), at(target, "link")); }},
+        {"copy to a new name", [=] { overwritingCopy(at(source, "file"), at(target, "new")); }},
+        {"copy a folder", [=] { overwritingCopy(at(source, "tree"), at(target, "new")); }},
+        {"a free file", [=] { createAvailableItem(at(target, "file")); }},
+        {"a free folder", [=] { createAvailableItem(at(target, "tree"), NewItem::directory); }},
+        {"folders", [=] { createDirectory(at(target, "new/folder/s")); }},
+        {"folder", [=] { createDirectory(at(target, "tree"), "new"); }},
+        {"copy item", [=] { FileManager::copyItem(source + "/file", target + "/new"); }},
+        {"copy tree", [=] { FileManager::copyItem(source + "/tree", target + "/new"); }},
+        {"move item", [=] { FileManager::moveItem(source + "/file", target + "/new"); }},
+        {"move tree", [=] { FileManager::moveItem(source + "/tree", target + "/new"); }},
+        {"write file", [=] { replaceFile(target + "/file", Data(2 << 20)); }},
+        {"replace item", [=] { FileManager::replaceItem(target + "/file", source + "/file"); }},
+    };
+}
+
+void expectFailures(const std::string& source, const std::string& target,
+                    const std::function<bool(const std::string& name)>& isTried)
+{
+    const auto sources = snapshot(source), targets = snapshot(target);
+    for (const auto& [name, action] : attempts(source, target)) {
+        if (!isTried(name))
+            continue;
+        EXPECT_THROW(action(), filesystem_error) << name;
+        EXPECT_EQ(snapshot(source), sources) << name;
+        EXPECT_EQ(snapshot(target), targets) << name;
+    }
+    Bundle::setMain(Bundle::fromInfoDictionary({{"CFBundleName", "N"}, {"CFBundleIdentifier", "I"}}));
+    const EnvironmentVariable data("XDG_DATA_HOME", target.c_str()), temporary("TMPDIR", target.c_str());
+    if (isTried("support folder")) {
+        EXPECT_EQ(createBundleSupportDirectory(), std::nullopt);
+        EXPECT_TRUE(temporaryURL("txt", Bundle::main()).path().starts_with(target + "/I/"));
+    }
+    if (isTried("folders")) {
+        EXPECT_EQ(createBundleSupportDirectoryWithComponent("a/b"), std::nullopt);
+    }
+    EXPECT_EQ(snapshot(target), targets);
+}
+
+void fill(const TemporaryFolder& folder, const std::string& sub, const std::string& content)
+{
+    folder.write(sub + "/file", content);
+    folder.write(sub + "/tree/inner", content);
+    fs::create_symlink("file", folder / (sub + "/link"));
+}
+
+TEST(FilesFileManagerTests, AFullDiskLosesNothingAndLeavesNothingBehind)
+{
+    if (!tests::canMount())
+        GTEST_SKIP() << "no disk can be made full here; a limit on files stands in for it above";
+    const TemporaryFolder folder;
+    const std::string disk = folder.makeFolder("disk");
+    fill(folder, "source", std::string(2 << 20, 's'));
+    tests::withSmallDisk(disk, [&] { // no room for the bytes
+        fill(folder, "disk", "old");
+        expectFailures(folder / "source", disk, [](const std::string& name) {
+            return name.starts_with("copy") || name.starts_with("move") || name.starts_with("replace") ||
+                   name.starts_with("write");
+        });
+    });
+    tests::withSmallDisk(disk, [&] { // no room for another name
+        fill(folder, "disk", "old");
+        for (int i = 0; ::mkdir((disk + "/tree/" + std::to_string(i)).c_str(), 0777) == 0; ++i) {
+        }
+        expectFailures(folder / "source", disk, [](const std::string&) { return true; });
+        fs::remove(disk + "/tree/0"); // and now for one, where more are wanted
+        expectFailures(folder / "source", disk, [](const std::string& name) {
+            return name == "folders" || name == "copy tree" || name == "move tree";
+        });
+    });
+}
+
+TEST(FilesFileManagerTests, AMissingPermissionLosesNothingAndLeavesNothingBehind)
+{
+    const TemporaryFolder folder;
+    fill(folder, "source", "new");
+    fill(folder, "target", "old");
+    tests::asOrdinaryUser(folder, [&] {
+        for (const char* name : {"target", "target/tree"}) // may be read, and not written
+            ASSERT_EQ(::chmod((folder / name).c_str(), 0555), 0);
+        expectFailures(folder / "source", folder / "target", [](const std::string&) { return true; });
+        for (const char* name : {"target", "target/tree"})
+            ASSERT_EQ(::chmod((folder / name).c_str(), 0755), 0);
+    });
+    tests::asOrdinaryUser(folder, [&] { // the bytes may not be read
+        const auto targets = snapshot(folder / "target");
+        for (const char* name : {"source/file", "source/tree/inner"})
+            ASSERT_EQ(::chmod((folder / name).c_str(), 0), 0);
+        for (const auto& [name, action] : attempts(folder / "source", folder / "target"))
+            if (std::string_view(name).starts_with("copy") || std::string_view(name).starts_with("replace")) {
+                EXPECT_THROW(action(), filesystem_error) << name;
+                EXPECT_EQ(snapshot(folder / "target"), targets) << name;
+            }
+    });
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/FilesAndData/URL.h>
 
+#include <Support/Hardship.h>
 #include <Support/TemporaryFolder.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -122,11 +123,12 @@ TEST(FilesURLTests, ChecksAskTheFileSystem)
     EXPECT_EQ(checkIsReadAndWrite(regular), true);
     EXPECT_EQ(checkIsReadAndWrite(link), true);
     EXPECT_EQ(checkIsReadAndWrite(dangling), std::nullopt);
-    if (::geteuid() != 0)
+    tests::asOrdinaryUser(folder, [&] {
         for (const mode_t mode : {0400U, 0200U, 0000U}) {
             ::chmod(regular.path().c_str(), mode);
             EXPECT_EQ(checkIsReadAndWrite(regular), false) << mode;
         }
+    });
 
     EXPECT_EQ(checkIsOnMainDisk(rootURL()), true);
     EXPECT_EQ(checkIsOnMainDisk(file("/proc/self/status")), false);

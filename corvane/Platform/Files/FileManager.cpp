@@ -109,6 +109,18 @@ std::error_code empty(const std::string& folder)
     return firstError;
 }
 
+std::error_code createWithIntermediates(const fs::path& path)
+{
+    std::vector<fs::path> missing;
+    std::error_code error;
+    for (fs::path item = path; !item.empty() && !fs::exists(item, error) && !error; item = item.parent_path())
+        missing.push_back(item);
+    fs::create_directories(path, error);
+    for (std::size_t i = 0; error && i < missing.size(); ++i)
+        ::rmdir(missing[i].c_str()); // as much of the way as was made; fails where somebody has put something
+    return error;
+}
+
 } // namespace
 
 bool FileManager::fileExists(std::string_view path, bool* isDirectory)
@@ -170,7 +182,7 @@ void FileManager::createDirectory(std::string_view path, Intermediates intermedi
 {
     std::error_code error;
     if (intermediates == Intermediates::create)
-        fs::create_directories(path, error);
+        error = createWithIntermediates(path);
     else if (!fs::create_directory(path, error) && !error)
         error = std::make_error_code(std::errc::file_exists);
     if (!error && !fs::is_directory(path))

@@ -67,7 +67,7 @@ public:
     static std::optional<bool> areOnSameFileSystem(std::string_view path, std::string_view other);
 
     /// Makes a folder. With `Intermediates::create` those that lead to it as well, and one that is there
-    /// already is no error.
+    /// already is no error; when the way cannot be made to its end, nothing of it stays.
     static void createDirectory(std::string_view path, Intermediates intermediates = Intermediates::require);
 
     /// Removes the item; a folder with all it holds, however deep; a symbolic link itself. When an item

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/Platform/Files/AtomicFile.h>
 
+#include <Support/Hardship.h>
 #include <Support/TemporaryFolder.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -107,12 +108,13 @@ TEST(AtomicFileTests, WhatCannotBeReplacedIsRefusedAtCreation)
     }
     EXPECT_EQ(TemporaryFolder::read(folder / "file"), "kept");
     EXPECT_EQ(count(folder.path()), 3U);
-    if (::geteuid() != 0) {
+    tests::asOrdinaryUser(folder, [&] {
         fs::permissions(folder / "folder", fs::perms::owner_read | fs::perms::owner_exec);
         std::error_code error;
         EXPECT_FALSE(AtomicFile::create(folder / "folder/a", error));
         EXPECT_EQ(error, std::errc::permission_denied);
-    }
+        fs::permissions(folder / "folder", fs::perms::owner_all);
+    });
 }
 
 // What a full disk does, without one: in a child process the size of files is limited below what is written.
@@ -120,22 +122,18 @@ TEST(AtomicFileTests, AFailedWriteLeavesTheOldContentAndNothingElse)
 {
     const TemporaryFolder folder;
     const std::string target = folder.write("a.txt", "old");
-    const pid_t child = ::fork();
-    if (child == 0) {
+    tests::inChild([&] {
         std::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{4096, 4096};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        bool thrown = false;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+        std::error_code error;
         try {
             replaceFile(target, Data(100'000));
-        } catch (const fs::filesystem_error& error) {
-            thrown = error.code() == std::errc::file_too_large;
+        } catch (const fs::filesystem_error& thrown) {
+            error = thrown.code();
         }
-        ::_exit(thrown ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+        EXPECT_EQ(error, std::errc::file_too_large);
+    });
     EXPECT_EQ(TemporaryFolder::read(target), "old");
     EXPECT_EQ(count(folder.path()), 1U);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/Platform/Files/FileManager.h>
 
+#include <Support/Hardship.h>
 #include <Support/TemporaryFolder.h>
 #include <gmock/gmock.h>
 #include <stdlib.h>
@@ -102,15 +103,15 @@ TEST(FileManagerTests, RemovingTakesFoldersWholeAndLinksThemselves)
         EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
         EXPECT_EQ(error.path1(), folder / "missing");
     }
-    if (::geteuid() != 0) {
-        folder.write("stuck/locked/a");
-        folder.write("stuck/b");
+    folder.write("stuck/locked/a");
+    folder.write("stuck/b");
+    tests::asOrdinaryUser(folder, [&] {
         fs::permissions(folder / "stuck/locked", fs::perms::owner_read | fs::perms::owner_exec);
         EXPECT_THROW(FileManager::removeItem(folder / "stuck"), filesystem_error);
         EXPECT_TRUE(fs::exists(folder / "stuck/locked/a"));
         EXPECT_FALSE(fs::exists(folder / "stuck/b"));
         fs::permissions(folder / "stuck/locked", fs::perms::owner_all);
-    }
+    });
 }
 
 TEST(FileManagerTests, MovingAndCopyingNeverReplace)
