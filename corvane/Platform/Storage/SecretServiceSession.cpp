@@ -49,6 +49,27 @@ private:
     GMainContext* context_;
 };
 
+// libsecret's proxy insists on the bus connection that the whole process shares. A type of our own gives it ours in
+// place of that, while it is still being made, and spares it what it would load and watch for nothing.
+GObject* constructOnOurConnection(GType type, guint count, GObjectConstructParam* properties)
+{
+    auto* const parent = G_OBJECT_CLASS(g_type_class_peek(SECRET_TYPE_SERVICE));
+    GObject* const object = parent->constructor(type, count, properties);
+    g_object_set(object, "g-bus-type", G_BUS_TYPE_NONE, "g-flags",
+                 G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES | G_DBUS_PROXY_FLAGS_DO_NOT_CONNECT_SIGNALS,
+                 nullptr);
+    return object;
+}
+
+GType serviceType()
+{
+    static const GType type = g_type_register_static_simple(
+        SECRET_TYPE_SERVICE, "CorvaneSecretService", sizeof(SecretServiceClass),
+        [](gpointer made, gpointer) { G_OBJECT_CLASS(made)->constructor = constructOnOurConnection; },
+        sizeof(SecretService), nullptr, GTypeFlags(0));
+    return type;
+}
+
 /// Cancels calls that take no timeout of their own at a deadline.
 class Cancellation {
 public:
@@ -124,10 +145,18 @@ std::optional<std::string> busAddress()
 }
 
 struct PromptState {
+    bool isTimeUp = false;
     bool isCompleted = false;
     bool isDismissed = false;
     Variant result;
 };
+
+// A flag of its own: the alarm may go off a little before the deadline, and then nothing would wake the loop again.
+gboolean promptTimedOut(gpointer state)
+{
+    static_cast<PromptState*>(state)->isTimeUp = true;
+    return G_SOURCE_REMOVE;
+}
 
 void promptCompleted(GDBusConnection*, const char*, const char*, const char*, const char*,
                      GVariant* parameters, gpointer state)
@@ -226,11 +255,8 @@ OSStatus SecretServiceSession::openSession(const Deadline& deadline)
     const Cancellation cancellation(deadline);
     const OwnContext context;
     GError* error = nullptr;
-    gpointer const service = g_initable_new(
-        SECRET_TYPE_SERVICE, cancellation.get(), &error, "g-connection", connection_, "g-flags",
-        G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES | G_DBUS_PROXY_FLAGS_DO_NOT_CONNECT_SIGNALS, "g-name",
-        serviceName, "g-object-path", "/org/freedesktop/secrets", "g-interface-name",
-        "org.freedesktop.Secret.Service", "flags", SECRET_SERVICE_OPEN_SESSION, nullptr);
+    gpointer const service = g_initable_new(serviceType(), cancellation.get(), &error, "g-connection",
+                                            connection_, "flags", SECRET_SERVICE_OPEN_SESSION, nullptr);
     if (!service) {
         const Error owned(error);
         return statusOf(*error);
@@ -290,10 +316,9 @@ SecretServiceSession::Answer SecretServiceSession::perform(const std::string& pr
     answer = call(prompt.c_str(), promptInterface, "Prompt", g_variant_new("(s)", ""), "()", deadline);
     if (answer.status == errSecSuccess) {
         GSource* const alarm = g_timeout_source_new(static_cast<guint>(deadline.remaining()));
-        g_source_set_callback(
-            alarm, [](gpointer) { return G_SOURCE_REMOVE; }, nullptr, nullptr);
+        g_source_set_callback(alarm, promptTimedOut, &state, nullptr);
         g_source_attach(alarm, context.get());
-        while (!state.isCompleted && !deadline.isOver())
+        while (!state.isCompleted && !state.isTimeUp)
             g_main_context_iteration(context.get(), TRUE);
         g_source_destroy(alarm);
         g_source_unref(alarm);
