@@ -81,9 +81,9 @@ struct KeychainOptions {
 
 /// Which keychain holds a service's items.
 struct KeychainUse {
-    std::string name; ///< "secret-service", "vault", "memory"; empty while that is undecided
-    OSStatus status;  ///< `errSecSuccess`, or why it cannot be used at the moment
-    std::string why;  ///< a sentence for a person
+    std::string name = {};           ///< "secret-service", "vault", "memory"; empty while that is undecided
+    OSStatus status = errSecSuccess; ///< `errSecSuccess`, or why it cannot be used at the moment
+    std::string why = {};            ///< a sentence for a person
 };
 
 /// A place that keeps secrets: what stands behind `SecItemAdd` and its kin.
