@@ -43,10 +43,12 @@ check_package() {
         step "Package, static" tests/Package/consume build/static build/package/static
 }
 
-# Nothing that a process was told is stored is missing after it was killed. `scripts/killed-settings.bash PROBE 500`
+# Nothing that a process was told is stored is missing after it was killed. `scripts/killed-writers.bash PROBE 500`
 # takes a minute.
 check_kills() {
-    build default && step "Killed writers" scripts/killed-settings.bash build/default/tests/corvane_defaults_probe 50
+    build default || return
+    step "Killed writers of settings" scripts/killed-writers.bash build/default/tests/corvane_defaults_probe 50 &&
+        step "Killed writers of a vault" scripts/killed-writers.bash build/default/tests/corvane_vault_probe 50
 }
 
 check_tsan() {

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# killed-settings.bash PROBE [ROUNDS]: two processes write settings into one suite, saying each write that they were
-# told is done, and are killed at a random moment. After each round no write that was said is missing and the
-# database is undamaged. PROBE is tests/corvane_defaults_probe of a build.
+# killed-writers.bash PROBE [ROUNDS]: two processes write into one place, settings or a vault, saying each write that
+# they were told is done, and are killed at a random moment. After each round no write that was said is missing and what
+# is stored is undamaged. PROBE is tests/corvane_defaults_probe or tests/corvane_vault_probe of a build.
 set -euo pipefail
 probe=$1
 rounds=${2:-50}
@@ -29,6 +29,7 @@ for ((round = 1; round <= rounds; ++round)); do
     done
 done
 [[ $said -gt $((rounds * 10)) ]] || { echo "only $said writes in $rounds rounds: nothing was put to the test" && exit 1; }
-leftovers=$(find "$folder/suite" -type f ! -name 'suite.sqlite*' -o -name '*damaged*')
+# The database with its log and index, and a vault's key: nothing that was set aside.
+leftovers=$(find "$folder/suite" -name '*damaged*' -o -type f ! -name '*.sqlite*' ! -name 'vault.key*')
 [[ -z $leftovers ]] || { echo "left behind: $leftovers" && exit 1; }
 echo "$rounds rounds, $said writes said, none missing"
