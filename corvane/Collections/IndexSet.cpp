@@ -176,14 +176,16 @@ IndexSet::IndexSet(IndexSet&& other) noexcept
 
 void IndexSet::takeInline(const IndexSet& other) noexcept
 {
-    std::copy_n(other.inline_, runCount_, inline_);
+    std::ranges::copy(other.inline_, inline_); // all of them: faster than a loop
     last_ = runCount_ > 0 ? inline_ + runCount_ - 1 : nullptr;
 }
 
 IndexSet& IndexSet::operator=(const IndexSet& other) noexcept
 {
-    if (this != &other)
-        *this = IndexSet(other);
+    if (this != &other) {
+        this->~IndexSet();
+        new (this) IndexSet(other);
+    }
     return *this;
 }
 

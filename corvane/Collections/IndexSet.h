@@ -48,7 +48,11 @@ public:
     IndexSet(IndexSet&& other) noexcept;
     IndexSet& operator=(const IndexSet& other) noexcept;
     IndexSet& operator=(IndexSet&& other) noexcept;
-    ~IndexSet() { release(); }
+    ~IndexSet()
+    {
+        if (block_)
+            release();
+    }
 
     [[nodiscard]] Int count() const noexcept { return countBeforeLast_ + countOfLast(); }
     [[nodiscard]] bool isEmpty() const noexcept { return runCount_ == 0; }
@@ -118,7 +122,7 @@ private:
     // The last run, while it may be written: a copy takes that right from its original too, until the next change
     // that finds the runs unshared.
     mutable IndexRun* last_ = nullptr;
-    IndexRun inline_[inlineRuns];
+    IndexRun inline_[inlineRuns] = {};
 };
 
 inline Int IndexSet::countOfLast() const noexcept
