@@ -83,6 +83,32 @@ std::optional<Json> json(const PropertyValue& value, Int room)
     return result;
 }
 
+// The first byte of an item and what follows it: the number itself, or how long or how many.
+struct Head {
+    unsigned major;
+    unsigned info;
+    std::uint64_t argument;
+};
+
+// Absent for bytes that are cut off and for the kinds of heads that are not written here.
+std::optional<Head> readHead(DataView bytes, std::size_t& at)
+{
+    if (at == bytes.size())
+        return std::nullopt;
+    const auto first = std::to_integer<unsigned>(bytes[at++]);
+    Head head{first >> 5U, first & 31U, first & 31U};
+    if (head.info >= 24) {
+        const std::size_t size = std::size_t{1} << (head.info - 24);
+        if (head.info > 27 || bytes.size() - at < size)
+            return std::nullopt;
+        head.argument = 0;
+        for (const std::byte byte : bytes.subspan(at, size))
+            head.argument = head.argument << 8U | std::to_integer<std::uint64_t>(byte);
+        at += size;
+    }
+    return head;
+}
+
 // Walks the items without recursion: the reader behind goes down the stack with nesting, and with strings in
 // pieces, as deep as the bytes say, takes declared lengths on trust in places, and lets integers wrap. What it
 // is given has been seen to be whole, shallow, and of the kinds that are written here.
@@ -93,24 +119,13 @@ bool isWellFormed(DataView bytes)
     std::size_t depth = 0;
     std::size_t at = 0;
     do {
-        if (at == bytes.size())
+        const std::optional<Head> head = readHead(bytes, at);
+        if (!head)
             return false;
-        const auto head = std::to_integer<unsigned>(bytes[at++]);
-        const unsigned major = head >> 5U;
-        const unsigned info = head & 31U;
-        std::uint64_t argument = info;
-        if (info >= 24) {
-            const std::size_t size = std::size_t{1} << (info - 24);
-            if (info > 27 || bytes.size() - at < size)
-                return false;
-            argument = 0;
-            for (const std::byte byte : bytes.subspan(at, size))
-                argument = argument << 8U | std::to_integer<std::uint64_t>(byte);
-            at += size;
-        }
+        const std::uint64_t argument = head->argument;
         if (depth > 0)
             --open[depth - 1];
-        switch (major) {
+        switch (head->major) {
         case 0:
             break;
         case 1:
@@ -127,10 +142,10 @@ bool isWellFormed(DataView bytes)
         case 5: // an item takes a byte at least, so more cannot come
             if (argument > bytes.size() - at || depth == open.size())
                 return false;
-            open[depth++] = major == 5 ? argument * 2 : argument;
+            open[depth++] = head->major == 5 ? argument * 2 : argument;
             break;
         case 7: // truth values and reals
-            if (info != 20 && info != 21 && (info < 25 || info > 27))
+            if (head->info != 20 && head->info != 21 && (head->info < 25 || head->info > 27))
                 return false;
             break;
         default:
@@ -140,6 +155,22 @@ bool isWellFormed(DataView bytes)
             --depth;
     } while (depth > 0);
     return at == bytes.size();
+}
+
+// Most settings are a number, a truth value or a text: these need no tree. Absent for the others.
+std::optional<PropertyValue> plainValue(DataView wellFormed)
+{
+    std::size_t at = 0;
+    const std::optional<Head> head = readHead(wellFormed, at);
+    if (head->major == 0 && std::in_range<Int>(head->argument))
+        return static_cast<Int>(head->argument);
+    if (head->major == 1)
+        return -1 - static_cast<Int>(head->argument);
+    if (head->major == 3)
+        return std::string(reinterpret_cast<const char*>(wellFormed.data() + at), wellFormed.size() - at);
+    if (head->major == 7 && head->info <= 21)
+        return head->info == 21;
+    return std::nullopt;
 }
 
 std::optional<PropertyValue> value(Json json);
@@ -241,6 +272,8 @@ std::optional<PropertyValue> unarchivedValue(DataView archive)
     archive = archive.subspan(selfDescribed.size());
     if (!isWellFormed(archive))
         return std::nullopt;
+    if (std::optional<PropertyValue> plain = plainValue(archive))
+        return plain;
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(archive.data());
     return value(Json::from_cbor(bytes, bytes + archive.size(), true, false));
 }

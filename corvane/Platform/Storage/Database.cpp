@@ -45,6 +45,8 @@ DatabaseStatus statusOf(int code)
         return DatabaseStatus::cannotOpen;
     case SQLITE_READONLY:
         return DatabaseStatus::readOnly;
+    case SQLITE_ERROR:
+        return DatabaseStatus::invalid;
     default:
         return DatabaseStatus::failed;
     }
@@ -140,14 +142,6 @@ DatabaseStatus Database::useWriteAheadLog() const
             return change.status();
         Connection::waitWhileBusy(connection_.get(), count);
     }
-}
-
-DatabaseStatus Database::check() const
-{
-    Statement check = prepare("PRAGMA quick_check(1)");
-    if (!check.step())
-        return check.status();
-    return check.textAt(0) == "ok" ? DatabaseStatus::ok : DatabaseStatus::damaged;
 }
 
 bool Database::isReadOnly() const

@@ -26,6 +26,7 @@ enum class DatabaseStatus {
     damaged,    ///< no database, or one whose pages contradict each other
     cannotOpen, ///< missing, a folder, or not to be read by this process
     readOnly,   ///< may be read but not written
+    invalid,    ///< the statement does not fit the database
     failed      ///< anything else: `Database::message` has it
 };
 
@@ -116,10 +117,9 @@ public:
     DatabaseStatus execute(const char* sql) const;
 
     /// Switches to write-ahead logging. Waits for other connections itself, which the database does not do for
-    /// this one change.
+    /// this one change. `readOnly` when it stays what it was: the file may not be written, or its file system
+    /// does not carry such a log.
     DatabaseStatus useWriteAheadLog() const;
-    /// Whether pages, order and free space agree with each other. Reads the whole file.
-    DatabaseStatus check() const;
     bool isReadOnly() const;
     /// Grows when another connection has committed.
     Int dataVersion() const;

@@ -17,21 +17,27 @@ namespace {
 
 constexpr std::chrono::seconds patience(5);
 constexpr Int applicationID = 0x436f7276;
-constexpr Int format = 1;
 constexpr const char* schema = "PRAGMA application_id=0x436f7276;"
-                               "PRAGMA user_version=1;"
                                "CREATE TABLE settings (key TEXT PRIMARY KEY, value BLOB NOT NULL,"
-                               " checksum INTEGER NOT NULL) STRICT, WITHOUT ROWID;";
+                               " checksum INTEGER NOT NULL) STRICT, WITHOUT ROWID;"
+                               // What damage has taken out of the tree is missed by its number.
+                               "CREATE TABLE total (count INTEGER NOT NULL) STRICT;"
+                               "INSERT INTO total VALUES (0);"
+                               "CREATE TRIGGER added AFTER INSERT ON settings BEGIN"
+                               " UPDATE total SET count = count + 1; END;"
+                               "CREATE TRIGGER erased AFTER DELETE ON settings BEGIN"
+                               " UPDATE total SET count = count - 1; END;";
 
 std::string errorText(int error)
 {
     return std::system_category().message(error);
 }
 
-Int pragma(const Database& database, std::string_view text)
+// Some file systems have no room in memory for the log's index: there it stays at the older journal.
+DatabaseStatus useLog(const Database& database)
 {
-    Statement statement = database.prepare(text);
-    return statement.step() ? statement.intAt(0) : -1;
+    const DatabaseStatus status = database.useWriteAheadLog();
+    return status == DatabaseStatus::readOnly ? DatabaseStatus::ok : status;
 }
 
 } // namespace
@@ -64,6 +70,7 @@ void DefaultsFile::close() noexcept
 {
     transaction_.reset();
     read_ = {};
+    count_ = {};
     put_ = {};
     erase_ = {};
     database_.reset();
@@ -93,7 +100,7 @@ bool DefaultsFile::create()
     {
         const auto database = Database::open(fresh, Database::Mode::readWrite, patience, status);
         if (database) {
-            status = database->useWriteAheadLog();
+            status = useLog(*database);
             if (status == DatabaseStatus::ok)
                 status = database->execute(schema);
             if (status != DatabaseStatus::ok)
@@ -122,23 +129,28 @@ DatabaseStatus DefaultsFile::connect(Database::Mode mode)
         "PRAGMA synchronous=NORMAL; PRAGMA cell_size_check=ON; SELECT count(*) FROM sqlite_schema");
     if (status != DatabaseStatus::ok)
         return noted(status);
-    if (pragma(*database_, "PRAGMA application_id") != applicationID)
+    Statement made = database_->prepare("PRAGMA application_id");
+    if (!made.step() || made.intAt(0) != applicationID)
         return failed(DatabaseStatus::damaged, "not a settings file");
-    if (pragma(*database_, "PRAGMA user_version") > format)
-        return failed(DatabaseStatus::failed, "written by a newer version");
     if (database_->isReadOnly())
         writability_ = failed(DatabaseStatus::readOnly, "may not be written");
     else
-        status = database_->useWriteAheadLog();
-    if (status == DatabaseStatus::ok)
-        status = database_->check();
+        status = useLog(*database_);
     if (status == DatabaseStatus::damaged)
-        return failed(status, "database disk image is malformed");
+        return noted(status);
     dataVersion_ = database_->dataVersion();
-    read_ = database_->prepare("SELECT key, value, checksum FROM settings");
-    put_ = database_->prepare("REPLACE INTO settings VALUES (?1, ?2, ?3)");
+    read_ = database_->prepare("SELECT key, value, checksum FROM settings ORDER BY key");
+    count_ = database_->prepare("SELECT count FROM total");
+    put_ =
+        database_->prepare("INSERT INTO settings VALUES (?1, ?2, ?3)"
+                           " ON CONFLICT DO UPDATE SET value = excluded.value, checksum = excluded.checksum");
     erase_ = database_->prepare("DELETE FROM settings WHERE key = ?1");
-    return noted(status);
+    for (const Statement* statement : {&read_, &count_, &put_, &erase_})
+        if (status == DatabaseStatus::ok)
+            status = statement->status();
+    return status == DatabaseStatus::invalid
+               ? failed(DatabaseStatus::damaged, "not the tables of a settings file")
+               : noted(status);
 }
 
 DatabaseStatus DefaultsFile::open()
@@ -189,14 +201,31 @@ bool DefaultsFile::hasChanged()
 
 DatabaseStatus DefaultsFile::read(const std::function<bool(const DefaultsEntry&)>& use)
 {
+    // Both out of one state of the file: it is kept from the first step of the one to the end of the other.
+    count_.bind();
+    if (!count_.step())
+        return count_.status() == DatabaseStatus::ok ? failed(DatabaseStatus::damaged, "its total is missing")
+                                                     : noted(count_.status());
+    Int missing = count_.intAt(0);
+    std::string previous;
+    const auto contradicts = [&](const char* what) {
+        read_.reset();
+        count_.reset();
+        return failed(DatabaseStatus::damaged, what);
+    };
     read_.bind();
     while (read_.step()) {
         const DefaultsEntry entry{read_.textAt(0), read_.dataAt(1), read_.intAt(2)};
-        if (defaultsChecksum(entry.key, entry.archive) != entry.checksum || !use(entry)) {
-            read_.reset();
-            return failed(DatabaseStatus::damaged, "an entry contradicts its checksum");
-        }
+        if (defaultsChecksum(entry.key, entry.archive) != entry.checksum || !use(entry))
+            return contradicts("an entry contradicts its checksum");
+        if (entry.key <= previous && !(entry.key.empty() && previous.empty()))
+            return contradicts("its entries are out of order");
+        previous = entry.key;
+        --missing;
     }
+    count_.reset();
+    if (read_.status() == DatabaseStatus::ok && missing != 0)
+        return contradicts("entries are missing");
     return noted(read_.status());
 }
 

@@ -46,7 +46,8 @@ public:
     /// Whether somebody else has written since the last call.
     bool hasChanged();
 
-    /// Gives `use` every entry; `damaged` when one of them contradicts its checksum.
+    /// Gives `use` every entry; `damaged` when one of them contradicts its checksum, when one is missing, and
+    /// when `use` answers false.
     DatabaseStatus read(const std::function<bool(const DefaultsEntry&)>& use);
 
     /// To write several entries, or to read and write, as one. A write outside is one by itself.
@@ -80,7 +81,7 @@ private:
     std::optional<Database> database_;
     DatabaseStatus writability_ = DatabaseStatus::ok;
     Int dataVersion_ = 0;
-    Statement read_, put_, erase_;
+    Statement read_, count_, put_, erase_;
     std::optional<DatabaseTransaction> transaction_;
     std::string message_;
 };

@@ -25,6 +25,7 @@ UserDefaultsFailure::Kind kind(DatabaseStatus status)
     case DatabaseStatus::damaged:
         return UserDefaultsFailure::Kind::damaged;
     case DatabaseStatus::ok:
+    case DatabaseStatus::invalid:
     case DatabaseStatus::failed:
         break;
     }

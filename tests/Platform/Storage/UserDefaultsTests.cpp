@@ -397,7 +397,8 @@ TEST(UserDefaultsTests, FlippedBytesNeverPassForAValue)
             damaged[random() % damaged.size()] ^= static_cast<char>(1 + random() % 255);
         folder.write("suite.sqlite", damaged);
         const UserDefaults defaults = suiteIn(folder);
-        ASSERT_EQ(defaults.state(), State::ready) << round;
+        ASSERT_EQ(defaults.state(), State::ready)
+            << round << (defaults.lastFailure() ? defaults.lastFailure()->message : "");
         if (defaults.filesSetAside().empty()) {
             ASSERT_EQ(defaults.dictionaryRepresentation(), expected) << round;
         } else {
