@@ -125,8 +125,9 @@ corvane_wanted(App
     FOLDERS Platform/Storage UserSettings UserKeychain
     ALSO AppSupport/ReviewRequestMaker
     PRIVATE Platform/Storage/Database Platform/Storage/DefaultsFile Platform/Storage/DefaultsStore
-            Platform/Storage/FolderWatcher Platform/Storage/KeychainPins Platform/Storage/PrivateFolder
-            Platform/Storage/SecretServiceSession Platform/Storage/VaultCipher Platform/Storage/VaultFile
+            Platform/Storage/DefaultsTable Platform/Storage/FolderWatcher Platform/Storage/KeychainPins
+            Platform/Storage/PrivateFolder Platform/Storage/SecretServiceSession Platform/Storage/VaultCipher
+            Platform/Storage/VaultFile
     USES Core Files
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics

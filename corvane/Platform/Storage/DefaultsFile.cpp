@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -44,14 +46,26 @@ DatabaseStatus useLog(const Database& database)
 
 Int defaultsChecksum(std::string_view key, DataView archive) noexcept
 {
-    // FNV-1a: each byte is folded in by steps that can be undone, so a difference is never lost again.
-    std::uint64_t hash = 0xcbf29ce484222325;
-    const auto fold = [&hash](unsigned char byte) { hash = (hash ^ byte) * 0x100000001b3; };
-    for (const char c : key)
-        fold(static_cast<unsigned char>(c));
-    fold(0);
-    for (const std::byte byte : archive)
-        fold(std::to_integer<unsigned char>(byte));
+    // Every step can be undone, so of two entries that differ within 8 bytes alone the checksums differ.
+    std::uint64_t hash = 0x9e3779b97f4a7c15;
+    const auto fold = [&hash](std::uint64_t word) {
+        hash = (hash ^ word) * 0xff51afd7ed558ccd;
+        hash ^= hash >> 32U;
+    };
+    const auto foldAll = [&fold](const void* bytes, std::size_t size) {
+        fold(size);
+        const auto* at = static_cast<const unsigned char*>(bytes);
+        for (std::uint64_t word = 0; size > 0;) {
+            const std::size_t step = std::min(size, sizeof word);
+            word = 0;
+            std::memcpy(&word, at, step);
+            fold(word);
+            at += step;
+            size -= step;
+        }
+    };
+    foldAll(key.data(), key.size());
+    foldAll(archive.data(), archive.size());
     return static_cast<Int>(hash);
 }
 
@@ -199,7 +213,7 @@ bool DefaultsFile::hasChanged()
     return std::exchange(dataVersion_, version) != version;
 }
 
-DatabaseStatus DefaultsFile::read(const std::function<bool(const DefaultsEntry&)>& use)
+DatabaseStatus DefaultsFile::read(const std::function<void(const DefaultsEntry&)>& use)
 {
     // Both out of one state of the file: it is kept from the first step of the one to the end of the other.
     count_.bind();
@@ -215,11 +229,12 @@ DatabaseStatus DefaultsFile::read(const std::function<bool(const DefaultsEntry&)
     };
     read_.bind();
     while (read_.step()) {
-        const DefaultsEntry entry{read_.textAt(0), read_.dataAt(1), read_.intAt(2)};
-        if (defaultsChecksum(entry.key, entry.archive) != entry.checksum || !use(entry))
+        const DefaultsEntry entry{read_.textAt(0), read_.dataAt(1), read_.intAt(2), missing};
+        if (defaultsChecksum(entry.key, entry.archive) != entry.checksum)
             return contradicts("an entry contradicts its checksum");
         if (entry.key <= previous && !(entry.key.empty() && previous.empty()))
             return contradicts("its entries are out of order");
+        use(entry);
         previous = entry.key;
         --missing;
     }

@@ -17,6 +17,7 @@ struct DefaultsEntry {
     std::string_view key;
     DataView archive;
     Int checksum;
+    Int remaining = 1; ///< how many are still to be read, this one included
 };
 
 /// Of a key with its archive: 64 bits, any one changed byte changes it.
@@ -46,9 +47,8 @@ public:
     /// Whether somebody else has written since the last call.
     bool hasChanged();
 
-    /// Gives `use` every entry; `damaged` when one of them contradicts its checksum, when one is missing, and
-    /// when `use` answers false.
-    DatabaseStatus read(const std::function<bool(const DefaultsEntry&)>& use);
+    /// Gives `use` every entry; `damaged` when one of them contradicts its checksum and when one is missing.
+    DatabaseStatus read(const std::function<void(const DefaultsEntry&)>& use);
 
     /// To write several entries, or to read and write, as one. A write outside is one by itself.
     DatabaseStatus begin();

@@ -4,6 +4,7 @@
 #include <corvane/Platform/Storage/DefaultsStore.h>
 #include <corvane/Platform/Storage/FolderWatcher.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <utility>
@@ -106,8 +107,9 @@ PropertyDictionary DefaultsStore::all() const
     PropertyDictionary result;
     {
         const MutexLock lock(reading_);
-        for (const auto& [key, entry] : entries_)
-            result.emplace(key, entry.value);
+        for (DefaultsTable::Entry& entry : table_.entries())
+            if (const PropertyValue* value = table_.value(entry))
+                result.emplace(entry.key, *value);
     }
     if (isInMyTransaction())
         for (const auto& [key, value] : changesOfTransaction()) {
@@ -254,11 +256,11 @@ DatabaseStatus DefaultsStore::openAndLoad()
 {
     DatabaseStatus status = DatabaseStatus::failed;
     const std::optional<FileNumber> before = file_->number();
-    std::optional<Entries> kept;
+    std::optional<PropertyDictionary> kept;
     for (int attempt = 0; attempt < 8; ++attempt) { // others may be replacing the file as well
         status = file_->open();
         if (isLoaded_ && !kept && file_->number() != before)
-            kept = entriesOfWriter();
+            kept = all();
         if (status == DatabaseStatus::ok)
             status = load();
         if (status == DatabaseStatus::ok && file_->isCurrent()) {
@@ -293,12 +295,12 @@ DatabaseStatus DefaultsStore::openAndLoad()
 }
 
 // The file broke while it was in use, or somebody took it away: the new one gets what memory has and it has not.
-void DefaultsStore::restore(const Entries& kept)
+void DefaultsStore::restore(const PropertyDictionary& kept)
 {
     std::vector<Change> changes;
-    for (const auto& [key, entry] : kept)
-        if (!entriesOfWriter().contains(key))
-            encode(key, entry.value, changes);
+    for (const auto& [key, value] : kept)
+        if (tableOfWriter().find(key) == nullptr)
+            encode(key, value, changes);
     if (changes.empty() || file_->writability() != DatabaseStatus::ok)
         return;
     note(store(changes));
@@ -307,30 +309,47 @@ void DefaultsStore::restore(const Entries& kept)
 
 DatabaseStatus DefaultsStore::load()
 {
-    const Int reading = ++readings_;
-    Entries& entries = entriesOfWriter();
-    std::vector<Change> changes;
+    return tableOfWriter().entries().empty() ? loadAll() : loadChanges();
+}
+
+DatabaseStatus DefaultsStore::loadAll()
+{
+    DefaultsTable fresh;
     const DatabaseStatus status = file_->read([&](const DefaultsEntry& stored) {
-        const auto known = entries.find(stored.key);
-        if (known != entries.end()) {
-            known->second.seen = reading;
-            if (known->second.checksum == stored.checksum)
-                return true;
-        }
-        std::optional<PropertyValue> value = unarchivedValue(stored.archive);
-        if (!value)
-            return false;
-        changes.push_back({std::string(stored.key), std::move(value), {}, stored.checksum});
-        return true;
+        if (fresh.entries().empty())
+            fresh.reserve(static_cast<std::size_t>(std::clamp(stored.remaining, Int{0}, Int{1} << 20)));
+        fresh.addArchive(stored.key, stored.archive, stored.checksum);
     });
     if (status != DatabaseStatus::ok)
         return status;
-    for (const auto& [key, entry] : entries)
-        if (entry.seen != reading)
-            changes.push_back({key, std::nullopt, {}, 0});
     if (isLoaded_)
-        for (const Change& change : changes)
-            changedElsewhere_.push_back(change.key);
+        for (const DefaultsTable::Entry& entry : fresh.entries())
+            changedElsewhere_.emplace_back(entry.key);
+    const MutexLock lock(reading_);
+    table_ = std::move(fresh);
+    return status;
+}
+
+DatabaseStatus DefaultsStore::loadChanges()
+{
+    const Int reading = ++readings_;
+    DefaultsTable& table = tableOfWriter();
+    std::vector<Change> changes;
+    const DatabaseStatus status = file_->read([&](const DefaultsEntry& stored) {
+        DefaultsTable::Entry* const known = table.find(stored.key);
+        if (known)
+            known->seen = reading;
+        if (!known || known->checksum != stored.checksum)
+            changes.push_back(
+                {std::string(stored.key), unarchivedValue(stored.archive), {}, stored.checksum});
+    });
+    if (status != DatabaseStatus::ok)
+        return status;
+    for (const DefaultsTable::Entry& entry : table.entries())
+        if (entry.seen != reading)
+            changes.push_back({std::string(entry.key), std::nullopt, {}, 0});
+    for (const Change& change : changes)
+        changedElsewhere_.push_back(change.key);
     apply(std::move(changes));
     return status;
 }
@@ -356,15 +375,11 @@ DatabaseStatus DefaultsStore::store(const std::vector<Change>& changes)
 void DefaultsStore::apply(std::vector<Change> changes)
 {
     const MutexLock lock(reading_);
-    if (entries_.empty())
-        entries_.reserve(changes.size());
-    for (Change& change : changes) {
+    for (Change& change : changes)
         if (change.value)
-            entries_.insert_or_assign(std::move(change.key),
-                                      Entry{std::move(*change.value), change.checksum, readings_});
+            table_.put(std::move(change.key), std::move(*change.value), change.checksum);
         else
-            entries_.erase(change.key);
-    }
+            table_.erase(change.key);
 }
 
 bool DefaultsStore::encode(std::string_view key, std::optional<PropertyValue> value,

@@ -4,6 +4,7 @@
 #include <corvane/Platform/Base/Mutex.h>
 #include <corvane/Platform/Base/PropertyValue.h>
 #include <corvane/Platform/Storage/DefaultsFile.h>
+#include <corvane/Platform/Storage/DefaultsTable.h>
 #include <corvane/Platform/Storage/UserDefaults.h>
 
 #include <atomic>
@@ -14,7 +15,6 @@
 #include <string>
 #include <string_view>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 namespace corvane {
@@ -23,8 +23,8 @@ namespace corvane {
 /// memory alone. Reads never touch the file. Thread-safe.
 ///
 /// Two locks: `writing_` is held by whoever writes, for as long as that takes, and keeps the file; `reading_`
-/// is held for moments and keeps the entries. Entries change under both, so a writer may look at them under
-/// its own lock.
+/// is held for moments and keeps the entries. Entries come, go and change under both, so a writer may look at
+/// their keys and marks under its own lock.
 class DefaultsStore {
 public:
     static std::shared_ptr<DefaultsStore> inMemory(std::string suiteName);
@@ -45,8 +45,7 @@ public:
                 return use(changed->second ? &*changed->second : nullptr);
         }
         const MutexLock lock(reading_);
-        const auto at = entries_.find(key);
-        return use(at == entries_.end() ? nullptr : &at->second.value);
+        return use(table_.value(key));
     }
     PropertyDictionary all() const;
 
@@ -60,19 +59,6 @@ public:
     std::vector<std::string> filesSetAside() const;
 
 private:
-    struct Entry {
-        PropertyValue value;
-        Int checksum = 0;
-        Int seen = 0; // the count of the last reading of the file that had it
-    };
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view key) const noexcept
-        {
-            return std::hash<std::string_view>()(key);
-        }
-    };
-    using Entries = std::unordered_map<std::string, Entry, Hash, std::equal_to<>>;
     struct Change {
         std::string key;
         std::optional<PropertyValue> value;
@@ -97,15 +83,17 @@ private:
     using Changes = std::map<std::string, std::optional<PropertyValue>, std::less<>>;
     // For the thread whose transaction is under way, which holds the lock somewhere up its stack.
     Changes& changesOfTransaction() const CORVANE_NO_THREAD_SAFETY_ANALYSIS { return transactionChanges_; }
-    Entries& entriesOfWriter() CORVANE_REQUIRES(writing_) CORVANE_NO_THREAD_SAFETY_ANALYSIS
+    DefaultsTable& tableOfWriter() CORVANE_REQUIRES(writing_) CORVANE_NO_THREAD_SAFETY_ANALYSIS
     {
-        return entries_;
+        return table_;
     }
 
     DatabaseStatus ensureWritable() CORVANE_REQUIRES(writing_);
     DatabaseStatus openAndLoad() CORVANE_REQUIRES(writing_);
     DatabaseStatus load() CORVANE_REQUIRES(writing_);
-    void restore(const Entries& kept) CORVANE_REQUIRES(writing_);
+    DatabaseStatus loadAll() CORVANE_REQUIRES(writing_);
+    DatabaseStatus loadChanges() CORVANE_REQUIRES(writing_);
+    void restore(const PropertyDictionary& kept) CORVANE_REQUIRES(writing_);
     static void refresh(Gate& gate);
     std::vector<std::string> takeChangesElsewhere();
     DatabaseStatus store(const std::vector<Change>& changes) CORVANE_REQUIRES(writing_);
@@ -128,7 +116,7 @@ private:
     std::atomic<std::thread::id> owner_; // the thread whose transaction is under way
 
     mutable Mutex reading_;
-    Entries entries_ CORVANE_GUARDED_BY(reading_);
+    mutable DefaultsTable table_ CORVANE_GUARDED_BY(reading_); // reading may take an archive out of its form
     UserDefaultsState state_ CORVANE_GUARDED_BY(reading_) = UserDefaultsState::memory;
     std::optional<UserDefaultsFailure> failure_ CORVANE_GUARDED_BY(reading_);
     std::vector<std::string> filesSetAside_ CORVANE_GUARDED_BY(reading_);
