@@ -78,7 +78,8 @@ private:
                        std::vector<Change>& changes);
     bool isInMyTransaction() const noexcept
     {
-        return owner_.load(std::memory_order_relaxed) == std::this_thread::get_id();
+        const std::thread::id owner = owner_.load(std::memory_order_relaxed);
+        return owner != std::thread::id() && owner == std::this_thread::get_id();
     }
     using Changes = std::map<std::string, std::optional<PropertyValue>, std::less<>>;
     // For the thread whose transaction is under way, which holds the lock somewhere up its stack.

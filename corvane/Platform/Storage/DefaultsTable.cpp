@@ -26,7 +26,7 @@ std::uint64_t load(const char* at) noexcept
     return word;
 }
 
-std::uint64_t folded(std::uint64_t a, std::uint64_t b) noexcept
+inline std::uint64_t folded(std::uint64_t a, std::uint64_t b) noexcept
 {
     __extension__ using Wide = unsigned __int128;
     const Wide product = static_cast<Wide>(a) * b;
@@ -34,7 +34,7 @@ std::uint64_t folded(std::uint64_t a, std::uint64_t b) noexcept
 }
 
 // 16 bytes a step; what is left, and a short key as a whole, in two words that may overlap.
-std::uint64_t keyHash(std::string_view key) noexcept
+inline std::uint64_t keyHash(std::string_view key) noexcept
 {
     constexpr std::uint64_t odd = 0x9e3779b97f4a7c15;
     std::uint64_t hash = 0xff51afd7ed558ccd ^ key.size();

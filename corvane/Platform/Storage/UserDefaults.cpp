@@ -199,7 +199,12 @@ bool UserDefaults::hasObjectForKey(std::string_view key) const
 
 std::optional<std::string> UserDefaults::stringForKey(std::string_view key) const
 {
-    return converted(*store_, key, stringValue);
+    return store_->read(key, [](const PropertyValue* value) -> std::optional<std::string> {
+        if (value == nullptr)
+            return std::nullopt;
+        const std::string* const text = value->asString(); // most often
+        return text ? std::optional<std::string>(*text) : stringValue(*value);
+    });
 }
 
 std::optional<PropertyArray> UserDefaults::arrayForKey(std::string_view key) const

@@ -425,7 +425,7 @@ TEST(UserDefaultsTests, AFileThatGoesOrBreaksWhileInUseLosesNothing)
     ChildProcess other({probe, "increment", folder.path().string(), "1"});
     ASSERT_EQ(other.wait(), 0) << other.output;
     EXPECT_TRUE(fs::exists(folder / "suite.sqlite.damaged-1"));
-    EXPECT_TRUE(defaults.setObject("new", "key1"));
+    EXPECT_TRUE(defaults.transaction([&] { defaults.setObject("new", "key1"); }));
     EXPECT_EQ(defaults.integerForKey("count"), 1);
     EXPECT_EQ(defaults.dictionaryRepresentation().size(), 201U);
     fs::rename(folder / "suite.sqlite", folder / "elsewhere.sqlite");
