@@ -243,7 +243,7 @@ TEST(UserDefaultsTests, RandomOperationsAgreeWithAMap)
     std::map<std::string, Int> model;
     auto defaults = std::make_unique<UserDefaults>(suiteIn(folder));
     const auto change = [&](std::map<std::string, Int>& into) {
-        const std::string key = "key" + std::to_string(random() % 40);
+        const std::string key = "key" + std::to_string(random() % 300);
         if (random() % 3 == 0) {
             into.erase(key);
             EXPECT_TRUE(defaults->removeObjectForKey(key));
@@ -252,7 +252,7 @@ TEST(UserDefaultsTests, RandomOperationsAgreeWithAMap)
             EXPECT_TRUE(defaults->setObject(into[key], key));
         }
     };
-    for (int step = 0; step < 4000; ++step) {
+    for (int step = 0; step < 6000; ++step) {
         switch (random() % 20) {
         case 0: // closed and opened again
             defaults.reset();
@@ -282,7 +282,7 @@ TEST(UserDefaultsTests, RandomOperationsAgreeWithAMap)
         default:
             change(model);
         }
-        const std::string key = "key" + std::to_string(random() % 40);
+        const std::string key = "key" + std::to_string(random() % 300);
         ASSERT_EQ(defaults->hasObjectForKey(key), model.contains(key)) << step;
         ASSERT_EQ(defaults->integerForKey(key), model.contains(key) ? model[key] : 0) << step;
     }
