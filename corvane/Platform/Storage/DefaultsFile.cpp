@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvane/Platform/Storage/DefaultsFile.h>
+#include <corvane/Platform/Storage/PrivateFolder.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -94,17 +95,8 @@ void DefaultsFile::close() noexcept
 // The file appears under its name with everything in it: nobody, after a kill at any moment, finds half of one.
 bool DefaultsFile::create()
 {
-    const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
-    std::filesystem::path made;
-    for (const std::filesystem::path& part : folder) { // 0700, as the base directories are meant to be
-        made /= part;
-        if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST) {
-            struct stat known {};
-            const int error = errno;
-            if (::stat(made.c_str(), &known) != 0)
-                return failed(DatabaseStatus::cannotOpen, errorText(error)), false;
-        }
-    }
+    if (!makeFolders(std::filesystem::path(path_).parent_path()))
+        return failed(DatabaseStatus::cannotOpen, errorText(errno)), false;
     std::string fresh = path_ + ".new-XXXXXX";
     const int file = ::mkostemp(fresh.data(), O_CLOEXEC);
     if (file < 0)

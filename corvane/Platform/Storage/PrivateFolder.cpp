@@ -28,16 +28,6 @@ PrivateFolder::FileState stateOf(const struct stat& file)
     return (file.st_mode & ofOthers) != 0 ? State::exposed : State::sound;
 }
 
-// The folders on the way are the user's as well, as the rules for data directories have it.
-bool makeFolders(const std::filesystem::path& path)
-{
-    std::error_code error;
-    if (path.has_parent_path() && !std::filesystem::exists(path.parent_path(), error) &&
-        !makeFolders(path.parent_path()))
-        return false;
-    return ::mkdir(path.c_str(), S_IRWXU) == 0 || errno == EEXIST;
-}
-
 bool writeAll(int file, DataView bytes)
 {
     while (!bytes.empty()) {
@@ -50,6 +40,16 @@ bool writeAll(int file, DataView bytes)
 }
 
 } // namespace
+
+bool makeFolders(const std::string& path)
+{
+    const std::filesystem::path folder = path;
+    std::error_code error;
+    if (folder.has_parent_path() && !std::filesystem::exists(folder.parent_path(), error) &&
+        !makeFolders(folder.parent_path()))
+        return false;
+    return ::mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST;
+}
 
 Descriptor::~Descriptor()
 {

@@ -31,6 +31,10 @@ private:
     int number_;
 };
 
+/// Makes a folder and those on the way to it for the user alone, as the rules for data directories have it. False with
+/// the reason in `errno` when one of them cannot be made.
+bool makeFolders(const std::string& path);
+
 /// A folder that only its owner may enter, with small files that are written once. Links are followed on the way to it,
 /// never at its end nor inside. Thread-compatible.
 class PrivateFolder {
