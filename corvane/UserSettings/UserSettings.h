@@ -28,7 +28,11 @@ public:
 
     operator Value() const;
     UserSettingReference& operator=(Value value);
-    UserSettingReference& operator=(const UserSettingReference& other) { return *this = Value(other); }
+    UserSettingReference& operator=(const UserSettingReference& other)
+    {
+        *this = Value(other);
+        return *this;
+    }
 
     /// Reads the setting, has `change` change it and writes it back: one notification.
     template <std::invocable<Value&> F>
