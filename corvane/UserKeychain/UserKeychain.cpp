@@ -147,7 +147,7 @@ bool UserKeychain::set(const PropertyValue& object, const Key& forKey, OptionalA
 
 std::optional<std::string> UserKeychain::string(const Key& forKey, OptionalAccess with) const
 {
-    const std::optional<Data> read = data(forKey, with);
+    std::optional<Data> read = data(forKey, with);
     if (!read)
         return std::nullopt;
     const SecretBytes bytes(std::move(*read));

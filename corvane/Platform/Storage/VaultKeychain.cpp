@@ -157,7 +157,7 @@ struct VaultKeychain::State {
     VaultFile file CORVANE_GUARDED_BY(mutex);
 };
 
-VaultKeychain::VaultKeychain(KeychainOptions options) : state_(std::make_unique<State>(options)) {}
+VaultKeychain::VaultKeychain(const KeychainOptions& options) : state_(std::make_unique<State>(options)) {}
 
 VaultKeychain::~VaultKeychain() = default;
 

@@ -29,7 +29,7 @@ namespace corvane {
 class CORVANE_API VaultKeychain final : public Keychain {
 public:
     /// Nothing is opened or made before the first operation, and nothing is made by a read.
-    explicit VaultKeychain(KeychainOptions options = {});
+    explicit VaultKeychain(const KeychainOptions& options = {});
     ~VaultKeychain() override;
 
     OSStatus find(const KeychainFilter& filter, KeychainFetch fetch,
