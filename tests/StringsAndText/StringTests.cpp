@@ -3,10 +3,12 @@
 #include <corvane/Platform/Text/Characters.h>
 #include <corvane/StringsAndText/String.h>
 
+#include <Support/Watchdog.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -341,24 +343,109 @@ TEST(StringTests, SearchesThatWouldNotEndAreStopped)
         EXPECT_THAT(captureMatches(row.text, row.pattern), IsEmpty());
         EXPECT_EQ(testing::internal::GetCapturedStdout(), row.line);
     }
-    testing::internal::CaptureStdout();
+}
+
+TEST(StringTests, DeepNestingIsRefusedAndSearchedFor)
+{
     const std::size_t depth = 100'000;
-    const auto nested = captureMatches("a", std::string(depth, '(') + "a" + std::string(depth, ')'));
-    EXPECT_TRUE(nested.empty() ? testing::internal::GetCapturedStdout().starts_with("invalid regex: ")
-                               : testing::internal::GetCapturedStdout().empty());
+    for (const std::string& pattern :
+         {std::string(depth, '(') + "a" + std::string(depth, ')'), std::string(depth, '('),
+          std::string(depth, '['), "(?<=" + std::string(depth, '(')}) {
+        testing::internal::CaptureStdout();
+        EXPECT_THAT(captureMatches("a", pattern), IsEmpty());
+        EXPECT_THAT(
+            testing::internal::GetCapturedStdout(),
+            testing::StartsWith("invalid regex: the pattern is nested too deeply, near character 10"));
+    }
+    const std::string nested = std::string(depth, '(') + std::string(depth, ')');
+    EXPECT_THAT(captureMatches(nested, "^(\\(*)(\\)*)$"),
+                ElementsAre(ElementsAre(std::string(depth, '('), std::string(depth, ')'))));
+}
+
+// What has to hold of a text of any bytes, in every operation.
+void expectWhole(const std::string& text)
+{
+    const Int count = characterCount(text), middle = count / 2;
+    ASSERT_LE(count, static_cast<Int>(text.size()));
+    EXPECT_EQ(std::string(substringTo(text, middle)).append(substringFrom(text, middle)), text);
+    EXPECT_EQ(safeSubstringTo(text, count + 1), text);
+    EXPECT_EQ(endIntIndexToString(text, count - middle), startIntIndexToString(text, middle));
+    const std::string_view first = substringTo(text, count > 0 ? 1 : 0);
+    EXPECT_EQ(removedPrefix(text, first), text.substr(first.size()));
+    EXPECT_EQ(incremented(text).substr(0, text.size()), text);
+    EXPECT_EQ(decapitalized(text).ends_with(text.substr(first.size())), true);
+    if (count > 12) {
+        EXPECT_TRUE(reducedStringAtStart(text, 12).ends_with(substringFrom(text, count - 9)));
+        EXPECT_TRUE(reducedStringAtEnd(text, 12).starts_with(substringTo(text, 9)));
+        const std::string middling = reducedStringAtMiddle(text, 12);
+        EXPECT_TRUE(middling.starts_with(substringTo(text, 5)));
+        EXPECT_TRUE(middling.ends_with(substringFrom(text, count - 5)));
+    }
+    std::string edited = text; // what is left may join to other characters
+    if (middle < count) {
+        EXPECT_EQ(remove(edited, middle), substringWith(text, {middle, middle + 1}));
+        edited = text;
+    }
+    removeSubrange(edited, {0, middle});
+    EXPECT_EQ(edited, substringFrom(text, middle));
+}
+
+TEST(StringTests, BytesThatAreNoUtf8AreTextInEveryOperation)
+{
+    std::mt19937 random(9);
+    // Pieces that are whole, cut off, overlong, surrogates, beyond the last code point, and joiners among them.
+    const Strings pieces{"\xC3",
+                         "\xE2\x82",
+                         "\xC0\xAF",
+                         "\xED\xA0\x80",
+                         "\xF4\x90\x80\x80",
+                         "\xFF",
+                         "\x80",
+                         std::string(1, '\0'),
+                         "a",
+                         "\u0301",
+                         "\u200D",
+                         "\U0001F468",
+                         "\r",
+                         "\n",
+                         "\u0915\u094D"};
+    for (int round = 0; round < 20'000; ++round) {
+        std::string text;
+        for (std::size_t left = random() % 24; left > 0; --left)
+            text += pieces[random() % pieces.size()];
+        expectWhole(text);
+        EXPECT_EQ(commonSubsequence(Strings{text, "\n" + text}), text);
+        std::string captured;
+        for (const Strings& captures :
+             captureMatches(text, "(?s)(.)")) // as far as the search goes, nothing is lost
+            for (const std::string& character : captures)
+                captured += character;
+        EXPECT_TRUE(text.starts_with(captured)) << testing::PrintToString(text);
+        ASSERT_FALSE(testing::Test::HasFailure()) << testing::PrintToString(text);
+    }
+    EXPECT_THAT(captureMatches("a\xFF", "(\xFE)"), ElementsAre(ElementsAre("\xFF"))); // both read as U+FFFD
 }
 
 TEST(StringTests, LongTextsOfAnyBytes)
 {
-    std::string noise(20'000'000, '\0');
+    // Two million bytes, or a hundred where somebody has the time for it.
+    const bool isFull = std::getenv("CORVANE_LONG_TESTS") != nullptr;
+    const tests::Watchdog watchdog(std::chrono::seconds(isFull ? 600 : 100));
+    const std::size_t size = isFull ? 100'000'000 : 2'000'000;
     std::mt19937 random(3);
+    std::string noise(size, '\0'), scripts, joined = "a";
     for (char& c : noise)
         c = static_cast<char>(random());
-    const Int count = characterCount(noise);
-    EXPECT_GT(count, 10'000'000);
-    EXPECT_EQ(substringTo(noise, count - 1).size() + substringFrom(noise, count - 1).size(), noise.size());
-    EXPECT_EQ(characterCount(substringFrom(noise, count - 1)), 1);
-    EXPECT_EQ(incremented(noise), noise + " (1)");
+    while (scripts.size() < size)
+        scripts += "caf\u00E9 \u4E2D\u6587 e\u0301 \U0001F600 \r\n";
+    while (joined.size() < size)
+        joined += "\u0301";
+    EXPECT_EQ(characterCount(joined), 1);
+    EXPECT_GT(captureMatches(scripts, "(\u4E2D)").size(), size / 40);
+    for (const std::string& text : {std::string(size, 'a'), noise, scripts, joined}) {
+        expectWhole(text);
+        EXPECT_TRUE(commonSubsequence(Strings{text, text + "x"}) == text);
+    }
 }
 
 } // namespace

@@ -186,6 +186,8 @@ std::string describe(UErrorCode status)
         return "the pattern has a broken group name";
     case U_REGEX_PATTERN_TOO_BIG:
         return "the pattern is too long";
+    case U_REGEX_INTERNAL_ERROR: // what ICU says of more than a hundred parentheses in each other
+        return "the pattern is nested too deeply";
     case U_REGEX_STACK_OVERFLOW:
         return "it needs more memory than its bound";
     case U_REGEX_STOPPED_BY_CALLER:
