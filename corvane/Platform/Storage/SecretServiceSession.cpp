@@ -33,21 +33,27 @@ template <typename T>
 using Object = std::unique_ptr<T, Unreference>;
 
 /// Keeps what is created in its scope from sending signals to a main loop of the host.
-class OwnContext {
+class InContext {
 public:
-    OwnContext() : context_(g_main_context_new()) { g_main_context_push_thread_default(context_); }
-    OwnContext(const OwnContext&) = delete;
-    OwnContext& operator=(const OwnContext&) = delete;
-    ~OwnContext()
+    explicit InContext(GMainContext* context) : context_(context)
     {
-        g_main_context_pop_thread_default(context_);
-        g_main_context_unref(context_);
+        g_main_context_push_thread_default(context_);
     }
-    GMainContext* get() const noexcept { return context_; }
+    InContext(const InContext&) = delete;
+    InContext& operator=(const InContext&) = delete;
+    ~InContext() { g_main_context_pop_thread_default(context_); }
 
 private:
     GMainContext* context_;
 };
+
+// What is still to be done in a context that is left, such as freeing what its signals needed.
+void finish(GMainContext* context)
+{
+    while (g_main_context_iteration(context, FALSE)) {
+    }
+    g_main_context_unref(context);
+}
 
 // libsecret's proxy insists on the bus connection that the whole process shares. A type of our own gives it ours in
 // place of that, while it is still being made, and spares it what it would load and watch for nothing.
@@ -212,12 +218,17 @@ std::shared_ptr<SecretServiceSession> SecretServiceSession::connect(const Deadli
     return std::shared_ptr<SecretServiceSession>(new SecretServiceSession(connection));
 }
 
+SecretServiceSession::SecretServiceSession(GDBusConnection* connection)
+    : connection_(connection), context_(g_main_context_new())
+{}
+
 SecretServiceSession::~SecretServiceSession()
 {
     if (service_)
         g_object_unref(service_);
     g_dbus_connection_close(connection_, nullptr, nullptr, nullptr);
     g_object_unref(connection_);
+    finish(context_);
 }
 
 OSStatus SecretServiceSession::hasService(const Deadline& deadline, bool& has) const
@@ -253,7 +264,7 @@ OSStatus SecretServiceSession::hasService(const Deadline& deadline, bool& has) c
 OSStatus SecretServiceSession::openSession(const Deadline& deadline)
 {
     const Cancellation cancellation(deadline);
-    const OwnContext context;
+    const InContext context(context_);
     GError* error = nullptr;
     gpointer const service = g_initable_new(serviceType(), cancellation.get(), &error, "g-connection",
                                             connection_, "flags", SECRET_SERVICE_OPEN_SESSION, nullptr);
@@ -307,7 +318,8 @@ SecretServiceSession::Answer SecretServiceSession::perform(const std::string& pr
         answer.status = errSecInteractionNotAllowed;
         return answer;
     }
-    const OwnContext context;
+    GMainContext* const context = g_main_context_new();
+    const InContext inContext(context);
     PromptState state;
     // Subscribed before it is asked, or a quick answer would be missed.
     const guint subscription = g_dbus_connection_signal_subscribe(
@@ -317,9 +329,9 @@ SecretServiceSession::Answer SecretServiceSession::perform(const std::string& pr
     if (answer.status == errSecSuccess) {
         GSource* const alarm = g_timeout_source_new(static_cast<guint>(deadline.remaining()));
         g_source_set_callback(alarm, promptTimedOut, &state, nullptr);
-        g_source_attach(alarm, context.get());
+        g_source_attach(alarm, context);
         while (!state.isCompleted && !state.isTimeUp)
-            g_main_context_iteration(context.get(), TRUE);
+            g_main_context_iteration(context, TRUE);
         g_source_destroy(alarm);
         g_source_unref(alarm);
         answer.value = std::move(state.result);
@@ -332,8 +344,7 @@ SecretServiceSession::Answer SecretServiceSession::perform(const std::string& pr
         }
     }
     g_dbus_connection_signal_unsubscribe(connection_, subscription);
-    while (g_main_context_iteration(context.get(), FALSE)) {
-    }
+    finish(context);
     return answer;
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 struct _GDBusConnection;
+struct _GMainContext;
 struct _GVariant;
 struct _SecretService;
 
@@ -72,9 +73,11 @@ public:
     bool decode(_GVariant* encoded, SecretBytes& secret) const;
 
 private:
-    explicit SecretServiceSession(_GDBusConnection* connection) noexcept : connection_(connection) {}
+    explicit SecretServiceSession(_GDBusConnection* connection);
 
     _GDBusConnection* const connection_;
+    _GMainContext* const
+        context_; // never run by a loop: what the service's proxy would like to be told goes here
     _SecretService* service_ = nullptr;
 };
 
