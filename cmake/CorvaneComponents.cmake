@@ -126,8 +126,8 @@ corvane_wanted(App
     ALSO AppSupport/ReviewRequestMaker
     PRIVATE Platform/Storage/Database Platform/Storage/DefaultsFile Platform/Storage/DefaultsStore
             Platform/Storage/DefaultsTable Platform/Storage/FolderWatcher Platform/Storage/KeychainPins
-            Platform/Storage/PrivateFolder Platform/Storage/SecretServiceSession Platform/Storage/VaultCipher
-            Platform/Storage/VaultFile
+            Platform/Storage/PrivateFolder Platform/Storage/SecretServiceItems
+            Platform/Storage/SecretServiceSession Platform/Storage/VaultCipher Platform/Storage/VaultFile
     USES Core Files
     MODULES SQLITE=sqlite3 SODIUM=libsodium SECRET=libsecret-1)
 corvane_wanted(Graphics

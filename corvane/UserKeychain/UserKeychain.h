@@ -32,7 +32,8 @@ namespace corvane {
 /// item has makes the write fail.
 ///
 /// Numbers and objects are stored as archives (see PropertyArchive.h), text as its bytes. What the caller hands in or is
-/// given is its own to wipe. An object only describes where its items are; change its fields before it is shared.
+/// given is its own to wipe; the making of an archive leaves traces in memory, so what must be wiped is stored as data or
+/// text. An object only describes where its items are; change its fields before it is shared.
 /// Thread-compatible.
 class CORVANE_API UserKeychain {
 public:

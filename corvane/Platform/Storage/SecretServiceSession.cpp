@@ -266,8 +266,8 @@ OSStatus SecretServiceSession::openSession(const Deadline& deadline)
     const Cancellation cancellation(deadline);
     const InContext context(context_);
     GError* error = nullptr;
-    gpointer const service = g_initable_new(serviceType(), cancellation.get(), &error, "g-connection",
-                                            connection_, "flags", SECRET_SERVICE_OPEN_SESSION, nullptr);
+    void* const service = g_initable_new(serviceType(), cancellation.get(), &error, "g-connection",
+                                         connection_, "flags", SECRET_SERVICE_OPEN_SESSION, nullptr);
     if (!service) {
         const Error owned(error);
         return statusOf(*error);

@@ -8,10 +8,12 @@
 #include <string>
 #include <vector>
 
+// NOLINTBEGIN(bugprone-reserved-identifier) names of GLib and libsecret
 struct _GDBusConnection;
 struct _GMainContext;
 struct _GVariant;
 struct _SecretService;
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace corvane {
 
