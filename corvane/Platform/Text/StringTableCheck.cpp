@@ -42,7 +42,7 @@ std::vector<fs::path> languageFolders(std::span<const std::string> folders)
 
 std::string inQuotes(std::string_view key)
 {
-    return "\"" + std::string(key) + "\"";
+    return std::string("\"").append(key).append("\"");
 }
 
 using Kinds = std::vector<std::optional<PlaceholderKind>>;
