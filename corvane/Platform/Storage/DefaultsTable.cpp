@@ -128,7 +128,8 @@ void DefaultsTable::addArchive(std::string_view key, DataView archive, Int check
     entry.key = {reinterpret_cast<const char*>(copy), key.size()};
     entry.archive_ = {copy + key.size(), archive.size()};
     entry.checksum = checksum;
-    add(keyHash(entry.key), std::move(entry));
+    const auto hash = keyHash(entry.key);
+    add(hash, std::move(entry));
 }
 
 DefaultsTable::Entry& DefaultsTable::put(std::string key, PropertyValue value, Int checksum)
@@ -138,7 +139,8 @@ DefaultsTable::Entry& DefaultsTable::put(std::string key, PropertyValue value, I
         Entry fresh;
         fresh.ownKey_ = std::make_unique<const std::string>(std::move(key));
         fresh.key = *fresh.ownKey_;
-        add(keyHash(fresh.key), std::move(fresh));
+        const auto hash = keyHash(fresh.key);
+        add(hash, std::move(fresh));
         entry = &entries_.back();
     }
     entry->archive_ = {};
