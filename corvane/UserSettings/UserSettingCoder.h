@@ -46,18 +46,29 @@ concept NumericUserSettingCoder = UserSettingCoder<C> &&
     (std::integral<typename C::CodableType> ||
      std::floating_point<typename C::CodableType>)&&!std::same_as<typename C::CodableType, bool>;
 
+namespace detail {
+
+template <NumericUserSettingCoder C, typename F>
+void changeStored(const C& coder, const UserDefaults& of, std::string_view key, F change)
+{
+    of.transaction([&] {
+        if (const auto current = coder.decode(of, key))
+            coder.encode(change(*current), of, key);
+    });
+}
+
+} // namespace detail
+
 /// Adds `by` to what is stored under `key`, as one step against every other process. Where nothing is stored,
 /// nothing is written: a key's default takes no part. Integer overflow stops the process.
 template <NumericUserSettingCoder C>
 void increment(const C& coder, typename C::CodableType by, const UserDefaults& of, std::string_view key)
 {
-    of.transaction([&] {
-        if (const auto current = coder.decode(of, key)) {
-            if constexpr (std::integral<typename C::CodableType>)
-                coder.encode(checkedAdd(*current, by), of, key);
-            else
-                coder.encode(*current + by, of, key);
-        }
+    detail::changeStored(coder, of, key, [by](auto value) {
+        if constexpr (std::integral<decltype(value)>)
+            return checkedAdd(value, by);
+        else
+            return value + by;
     });
 }
 
@@ -65,13 +76,11 @@ void increment(const C& coder, typename C::CodableType by, const UserDefaults& o
 template <NumericUserSettingCoder C>
 void decrement(const C& coder, typename C::CodableType by, const UserDefaults& of, std::string_view key)
 {
-    of.transaction([&] {
-        if (const auto current = coder.decode(of, key)) {
-            if constexpr (std::integral<typename C::CodableType>)
-                coder.encode(checkedSubtract(*current, by), of, key);
-            else
-                coder.encode(*current - by, of, key);
-        }
+    detail::changeStored(coder, of, key, [by](auto value) {
+        if constexpr (std::integral<decltype(value)>)
+            return checkedSubtract(value, by);
+        else
+            return value - by;
     });
 }
 

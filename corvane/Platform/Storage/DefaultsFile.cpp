@@ -163,8 +163,8 @@ DatabaseStatus DefaultsFile::open()
 {
     close();
     struct stat known {};
-    while (::stat(path_.c_str(), &known) != 0) {
-        if (errno != ENOENT)
+    for (int attempt = 0; ::stat(path_.c_str(), &known) != 0; ++attempt) {
+        if (errno != ENOENT || attempt == 8) // a link that leads nowhere stays so
             return failed(DatabaseStatus::cannotOpen, errorText(errno));
         if (!create())
             return DatabaseStatus::cannotOpen;
