@@ -190,7 +190,7 @@ std::optional<PropertyValue> specialValue(const std::string& kind, const Json& h
     return std::nullopt;
 }
 
-std::optional<PropertyValue> dictionary(Json::object_t map)
+std::optional<PropertyValue> dictionary(Json::object_t& map)
 {
     PropertyDictionary result;
     for (auto& [key, held] : map) {
@@ -220,7 +220,7 @@ std::optional<PropertyValue> value(Json json)
     case Json::value_t::string:
         return std::move(json.get_ref<std::string&>());
     case Json::value_t::object:
-        return dictionary(std::move(json.get_ref<Json::object_t&>()));
+        return dictionary(json.get_ref<Json::object_t&>());
     case Json::value_t::number_unsigned: {
         const auto number = json.get<std::uint64_t>();
         if (std::in_range<Int>(number))
@@ -256,9 +256,8 @@ std::optional<Data> archivedData(const PropertyValue& value)
     const std::optional<Json> tree = json(value, maximumArchiveDepth);
     if (!tree)
         return std::nullopt;
-    std::vector<std::uint8_t> bytes;
-    for (const std::byte byte : selfDescribed)
-        bytes.push_back(std::to_integer<std::uint8_t>(byte));
+    const auto* prefix = reinterpret_cast<const std::uint8_t*>(selfDescribed.data());
+    std::vector<std::uint8_t> bytes(prefix, prefix + selfDescribed.size());
     Json::to_cbor(*tree, bytes);
     const auto* data = reinterpret_cast<const std::byte*>(bytes.data());
     return Data(data, data + bytes.size());

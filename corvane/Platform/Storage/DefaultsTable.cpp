@@ -101,9 +101,10 @@ void DefaultsTable::reserve(std::size_t count)
     }
 }
 
-void DefaultsTable::add(std::uint64_t hash, Entry entry)
+void DefaultsTable::add(Entry entry)
 {
     reserve(entries_.size() + 1);
+    const std::uint64_t hash = keyHash(entry.key);
     slots_[slotOf(entry.key, hash)] = {upperHalf(hash), static_cast<std::uint32_t>(entries_.size() + 1)};
     entries_.push_back(std::move(entry));
 }
@@ -128,8 +129,7 @@ void DefaultsTable::addArchive(std::string_view key, DataView archive, Int check
     entry.key = {reinterpret_cast<const char*>(copy), key.size()};
     entry.archive_ = {copy + key.size(), archive.size()};
     entry.checksum = checksum;
-    const auto hash = keyHash(entry.key);
-    add(hash, std::move(entry));
+    add(std::move(entry));
 }
 
 DefaultsTable::Entry& DefaultsTable::put(std::string key, PropertyValue value, Int checksum)
@@ -139,8 +139,7 @@ DefaultsTable::Entry& DefaultsTable::put(std::string key, PropertyValue value, I
         Entry fresh;
         fresh.ownKey_ = std::make_unique<const std::string>(std::move(key));
         fresh.key = *fresh.ownKey_;
-        const auto hash = keyHash(fresh.key);
-        add(hash, std::move(fresh));
+        add(std::move(fresh));
         entry = &entries_.back();
     }
     entry->archive_ = {};

@@ -56,7 +56,7 @@ private:
     };
 
     std::size_t slotOf(std::string_view key, std::uint64_t hash) const noexcept;
-    void add(std::uint64_t hash, Entry entry);
+    void add(Entry entry);
     std::byte* room(std::size_t size);
 
     std::vector<Entry> entries_;
