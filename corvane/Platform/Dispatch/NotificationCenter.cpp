@@ -16,13 +16,6 @@ namespace {
 // called or destroyed under it.
 constinit std::mutex changes;
 
-// What survives its removal: a delivery on an operation queue may still have to see that it was removed.
-struct Observation {
-    NotificationCenter::Handler handler;
-    std::function<void(Block)> executor;
-    std::atomic<bool> isRemoved{false};
-};
-
 } // namespace
 
 // One observer in a record's list. Posts walk `next` without a lock; a removed node keeps its `next`, so a
@@ -33,8 +26,8 @@ struct NotificationNode : detail::Retired {
     std::uint64_t serial = 0;
     const void* sender = nullptr;
     // What a post calls itself: null once removed, and with an executor, which is not the quick way anyhow.
-    std::atomic<const NotificationCenter::Handler*> direct{nullptr};
-    std::shared_ptr<Observation> observation;
+    std::atomic<detail::NotificationHandler::Call> direct{nullptr};
+    std::shared_ptr<detail::NotificationHandler> handler;
     NotificationRecord* record = nullptr;
     std::shared_ptr<NotificationObserver> token; // the centre's reference; gone as soon as it is removed
 };
@@ -74,7 +67,7 @@ struct NotificationRecord {
         (next ? next->previous : last) = node->previous;
         observerCount->fetch_sub(1, std::memory_order_relaxed);
         node->direct.store(nullptr, std::memory_order_release);
-        node->observation->isRemoved.store(true, std::memory_order_release);
+        node->handler->isRemoved.store(true, std::memory_order_release);
         node->token->node = nullptr;
         return std::move(node->token);
     }
@@ -123,17 +116,15 @@ inline NotificationRecord* NotificationCenter::record(NotificationName name) con
 }
 
 std::shared_ptr<NotificationObserver>
-NotificationCenter::addObserver(NotificationName name, const void* sender, Executor executor, Handler handler)
+NotificationCenter::add(NotificationName name, const void* sender,
+                        std::shared_ptr<detail::NotificationHandler> handler)
 {
-    precondition(static_cast<bool>(handler), "A notification observer needs a handler");
+    precondition(handler != nullptr, "A notification observer needs a handler");
     auto node = std::make_unique<NotificationNode>();
     node->sender = sender;
-    node->observation = std::make_shared<Observation>();
-    node->observation->handler = std::move(handler);
-    if (executor)
-        node->observation->executor = std::move(executor);
-    else
-        node->direct = &node->observation->handler;
+    if (!handler->executor)
+        node->direct = handler->call;
+    node->handler = std::move(handler);
     auto token = std::make_shared<NotificationObserver>(NotificationObserver{node.get()});
     node->token = token;
     auto spare = std::make_unique<NotificationRecord>();
@@ -176,12 +167,13 @@ void NotificationCenter::removeObserver(const std::shared_ptr<NotificationObserv
 namespace {
 
 // Whether it was removed is asked again when its turn comes.
-[[gnu::noinline]] void deliverLater(const std::shared_ptr<Observation>& observation, const Notification& note)
+[[gnu::noinline]] void deliverLater(const std::shared_ptr<detail::NotificationHandler>& handler,
+                                    const Notification& note)
 {
-    if (!observation->isRemoved.load(std::memory_order_acquire))
-        observation->executor([observation, note] {
-            if (!observation->isRemoved.load(std::memory_order_acquire))
-                observation->handler(note);
+    if (!handler->isRemoved.load(std::memory_order_acquire))
+        handler->executor([handler, note] {
+            if (!handler->isRemoved.load(std::memory_order_acquire))
+                handler->call(*handler, note);
         });
 }
 
@@ -198,10 +190,10 @@ void NotificationCenter::deliver(const Notification& note) const
          node && node->serial <= newest; node = node->next.load(std::memory_order_acquire)) {
         if (node->sender && node->sender != note.sender())
             continue;
-        if (const Handler* handler = node->direct.load(std::memory_order_acquire)) [[likely]]
-            (*handler)(note);
-        else if (node->observation->executor)
-            deliverLater(node->observation, note);
+        if (const auto call = node->direct.load(std::memory_order_acquire)) [[likely]]
+            call(*node->handler, note);
+        else if (node->handler->executor)
+            deliverLater(node->handler, note);
     }
 }
 

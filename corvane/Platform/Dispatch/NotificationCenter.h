@@ -6,6 +6,7 @@
 #include <corvane/Platform/Dispatch/Notification.h>
 #include <corvane/Platform/Dispatch/OperationQueue.h>
 
+#include <atomic>
 #include <concepts>
 #include <functional>
 #include <memory>
@@ -16,6 +17,32 @@ namespace corvane {
 
 /// An observation, by identity: what `addObserver` gives and `removeObserver` takes.
 class NotificationObserver;
+
+namespace detail {
+
+// A handler with the one function that calls it: what a post does for each observer.
+struct NotificationHandler {
+    using Call = void (*)(NotificationHandler&, const Notification&);
+
+    Call call;
+    std::function<void(Block)> executor;
+    std::atomic<bool> isRemoved{false}; // a delivery on an operation queue may still have to see it
+
+    explicit NotificationHandler(Call handlerCall) noexcept : call(handlerCall) {}
+};
+
+template <typename F>
+struct NotificationHandlerOf final : NotificationHandler {
+    explicit NotificationHandlerOf(F&& given)
+        : NotificationHandler([](NotificationHandler& self, const Notification& note) {
+              static_cast<void>(static_cast<NotificationHandlerOf&>(self).function(note));
+          }),
+          function(std::move(given))
+    {}
+    F function;
+};
+
+} // namespace detail
 
 /// Where notifications are posted and observed, by name and sender.
 ///
@@ -53,23 +80,27 @@ public:
     /// Calls `handler` for each post of `name` by `sender`, by anyone when it is null. The sender is compared
     /// by address and need not stay alive; an object that is made at the same address later is the same to
     /// the centre.
-    std::shared_ptr<NotificationObserver> addObserver(NotificationName name, const void* sender,
-                                                      Handler handler)
+    template <std::invocable<const Notification&> F>
+    std::shared_ptr<NotificationObserver> addObserver(NotificationName name, const void* sender, F handler)
     {
-        return addObserver(name, sender, Executor(), std::move(handler));
+        return add(name, sender, made(std::move(handler)));
     }
-    std::shared_ptr<NotificationObserver> addObserver(NotificationName name, Handler handler)
+    template <std::invocable<const Notification&> F>
+    std::shared_ptr<NotificationObserver> addObserver(NotificationName name, F handler)
     {
-        return addObserver(name, nullptr, std::move(handler));
+        return add(name, nullptr, made(std::move(handler)));
     }
     /// The same, with `handler` called on `queue`; on the posting thread without one.
+    template <std::invocable<const Notification&> F>
     std::shared_ptr<NotificationObserver> addObserver(NotificationName name, const void* sender,
-                                                      std::optional<OperationQueue> queue, Handler handler)
+                                                      std::optional<OperationQueue> queue, F handler)
     {
-        Executor executor;
-        if (queue)
-            executor = [queue = *std::move(queue)](Block block) { queue.addOperation(std::move(block)); };
-        return addObserver(name, sender, std::move(executor), std::move(handler));
+        auto made = NotificationCenter::made(std::move(handler));
+        if (made && queue)
+            made->executor = [queue = *std::move(queue)](Block block) {
+                queue.addOperation(std::move(block));
+            };
+        return add(name, sender, std::move(made));
     }
 
     /// Does nothing for null, for an observer that was removed before and for one of another centre. What the
@@ -98,15 +129,25 @@ public:
 
 private:
     friend struct NotificationRecord;
-    using Executor = std::function<void(Block)>;
     struct Immortal;
+
+    // Null for a handler that is empty.
+    template <typename F>
+    static std::shared_ptr<detail::NotificationHandler> made(F&& handler)
+    {
+        if constexpr (requires { bool(handler == nullptr); }) {
+            if (handler == nullptr)
+                return nullptr;
+        }
+        return std::make_shared<detail::NotificationHandlerOf<F>>(std::move(handler));
+    }
 
     static bool isObserved(NotificationName name) noexcept
     {
         return name.interned_->observerCount.load(std::memory_order_relaxed) != 0;
     }
-    std::shared_ptr<NotificationObserver> addObserver(NotificationName name, const void* sender,
-                                                      Executor executor, Handler handler);
+    std::shared_ptr<NotificationObserver> add(NotificationName name, const void* sender,
+                                              std::shared_ptr<detail::NotificationHandler> handler);
     NotificationRecord* record(NotificationName name) const noexcept;
     void deliver(const Notification& note) const;
 
