@@ -176,11 +176,18 @@ void WorkerPool::push(Runnable& runnable, bool urgent)
     (end != nullptr ? end->nextReady_ : ready_[urgent]) = &runnable;
     end = &runnable;
     readyCount_.store(readyCount_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-    if (searching_.load(std::memory_order_relaxed))
-        return; // it looks once more before it parks
+    const bool isWide = allowance_ > 0;
+    const bool isSearched = searching_.load(std::memory_order_relaxed); // it looks once more before it parks
+    if (isSearched && !isWide)
+        return;
     const Orders orders = engageOne();
+    // While the gate is wide the queue's next piece follows at once: wakes in pairs spread faster than a chain.
+    Orders further;
+    if (isWide && !isSearched && active_ < limit())
+        further = engageOne();
     lock.unlock();
     carryOut(orders);
+    carryOut(further);
 }
 
 Runnable* WorkerPool::popReady()
@@ -456,30 +463,34 @@ bool WorkerPool::isWatchNeeded() const
 }
 
 // Standing still is not enough, for a busy machine makes threads wait: only the kernel knows which it is.
-bool WorkerPool::sleeps(Worker& worker)
+WorkerPool::Seen WorkerPool::look(Worker& worker)
 {
     const std::uint64_t progress = worker.progress.load(std::memory_order_relaxed);
     const std::int64_t time = processorTime(worker.thread);
+    const bool isFirst = worker.seenProcessorTime < 0;
     const bool still = time >= 0 && time == worker.seenProcessorTime && progress == worker.seenProgress;
     worker.seenProgress = progress;
     worker.seenProcessorTime = time;
     if (!still)
-        return false;
+        return isFirst ? Seen::firstTime : Seen::running;
     const char state = schedulingState(worker.tid);
-    return state == 'S' || state == 'D';
+    return state == 'S' || state == 'D' ? Seen::asleep : Seen::running;
 }
 
-// Looks at every active worker; true when one was found asleep inside its block.
+// Looks at every active worker; true when one was found asleep inside its block, or may be soon.
 bool WorkerPool::watchOnce()
 {
     MutexLock lock(mutex_);
     if (stopping_)
         return false;
     int found = 0;
+    int running = 0;
     int blocked = 0;
     std::vector<std::pair<Worker*, Task*>> stranded;
     for (Worker* const worker : workers_) {
-        if (worker->state == Worker::State::active && sleeps(*worker)) {
+        const Seen seen = worker->state == Worker::State::active ? look(*worker) : Seen::firstTime;
+        running += seen == Seen::running;
+        if (seen == Seen::asleep) {
             worker->state = Worker::State::deemedBlocked;
             worker->attention.store(true, std::memory_order_relaxed);
             --active_;
@@ -492,8 +503,12 @@ bool WorkerPool::watchOnce()
         blocked += worker->state == Worker::State::deemedBlocked;
     }
     // When all that ran was found asleep, what waits will probably sleep too: open the gate wide instead of
-    // replacing one by one. Those that turn out to compute leave again as soon as some do.
-    allowance_ = found > 0 && active_ == 0 ? 3 * blocked : found == 0 ? 0 : allowance_;
+    // replacing one by one. It closes when some turn out to compute; those too many leave again.
+    if (found > 0 && running == 0)
+        allowance_ = 3 * blocked;
+    else if (found == 0 && running > 0)
+        allowance_ = 0;
+    const bool isExpected = found > 0 || allowance_ > 0;
     if (active_ > limit()) {
         for (Worker* const worker : workers_)
             worker->attention.store(true, std::memory_order_relaxed);
@@ -510,7 +525,7 @@ bool WorkerPool::watchOnce()
         orders = engageOne();
     lock.unlock();
     carryOut(orders);
-    return found > 0;
+    return isExpected;
 }
 
 void WorkerPool::monitorMain()

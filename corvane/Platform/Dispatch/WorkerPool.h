@@ -133,7 +133,8 @@ private:
     void monitorMain();
     bool watchOnce();
     bool isWatchNeeded() const CORVANE_REQUIRES(mutex_);
-    static bool sleeps(Worker& worker);
+    enum class Seen { firstTime, running, asleep };
+    static Seen look(Worker& worker);
     void setStopping(bool stopping);
 
     const int nice_;
