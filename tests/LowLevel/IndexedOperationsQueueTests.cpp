@@ -211,6 +211,44 @@ TEST(IndexedOperationsQueueTests, AsManyAsAllowedAreInFlightAndNoMore)
     }
 }
 
+TEST(IndexedOperationsQueueTests, AnOperationAmongTinyOnesMayWaitForALaterOneAndForTheReportOfAnEarlierOne)
+{
+    const Watchdog watchdog;
+    constexpr Int operations = 60000;
+    enum class Waits { asleep, computing, forReport };
+    for (const Waits waits : {Waits::asleep, Waits::computing, Waits::forReport}) {
+        const DispatchSemaphore arrived(0);
+        std::atomic<bool> hasArrived{false};
+        const auto arrive = [&] {
+            hasArrived = true;
+            arrived.signal();
+        };
+        std::atomic<Int> performed{0};
+        IndexedOperationsQueue queue(DispatchQoS::unspecified);
+        queue.performOperation = [&](Int index, const std::any&) -> std::any {
+            ++performed;
+            if (index == operations / 2 && waits == Waits::computing) {
+                while (!hasArrived)
+                    std::this_thread::yield();
+            } else if (index == operations / 2) {
+                arrived.wait();
+            } else if (index == operations / 2 + 7 && waits != Waits::forReport) {
+                arrive();
+            }
+            return {};
+        };
+        if (waits == Waits::forReport)
+            queue.didPerformOperation = [&](Int index, const std::any&) {
+                if (index == operations / 2 - 1)
+                    arrive();
+            };
+        queue.didPostProcessAllOperations = [] { RunLoop::main().stop(); };
+        queue.performOperations(operations);
+        RunLoop::main().run();
+        EXPECT_EQ(performed, operations);
+    }
+}
+
 TEST(IndexedOperationsQueueTests, AnOperationKeepsItsPlaceUntilItsReportHasReturned)
 {
     const Watchdog watchdog;

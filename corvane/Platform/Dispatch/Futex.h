@@ -7,6 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -43,6 +44,33 @@ inline void futexWake(FutexWord& word, int count) noexcept
 {
     syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, count, nullptr, nullptr, 0);
 }
+
+/// How long one side of a hand-over looks for the other before it gives its processor away: for long while that
+/// pays, because the other is running, and shortly once it was in vain, because the other probably waits for this
+/// very processor.
+class Patience {
+public:
+    explicit Patience(int mostLooks) noexcept : most_(mostLooks), looks_(mostLooks) {}
+
+    template <typename Condition>
+    bool lookFor(Condition isThere) noexcept
+    {
+        const int looks = looks_.load(std::memory_order_relaxed);
+        for (int look = 0; look < looks; ++look) {
+            if (isThere()) {
+                looks_.store(std::min(looks * 2, most_), std::memory_order_relaxed);
+                return true;
+            }
+            pauseProcessor();
+        }
+        looks_.store(std::max(looks / 2, most_ / 32), std::memory_order_relaxed);
+        return false;
+    }
+
+private:
+    const int most_; // 32 at least
+    std::atomic<int> looks_;
+};
 
 /// For critical sections of a few instructions. Gives the processor away when the holder seems to have lost
 /// it.

@@ -18,7 +18,6 @@ namespace {
 
 constexpr LoopClock::rep never = std::numeric_limits<LoopClock::rep>::max();
 constexpr std::chrono::milliseconds madeUp{250};
-constexpr int looksBeforeSleep = 200;
 
 // Alarms fall on whole milliseconds, so that timers close together share one.
 LoopClock::rep alarmFor(LoopClock::time_point due)
@@ -223,11 +222,8 @@ bool LoopCore::hasWork() const noexcept
 void LoopCore::sleepUntil(LoopClock::time_point end)
 {
     // An application's main queue is often fed again at once: a short look costs less than a sleep.
-    for (int looks = 0; isMain_ && looks < looksBeforeSleep; ++looks) {
-        if (hasWork())
-            return;
-        pauseProcessor();
-    }
+    if (isMain_ && patience_.lookFor([this] { return hasWork(); }))
+        return;
     isAwake_.store(false, std::memory_order_seq_cst);
     if (!hasWork()) {
         pollfd watched{poll_, POLLIN, 0};

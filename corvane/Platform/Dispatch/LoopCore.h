@@ -3,6 +3,7 @@
 
 #include <corvane/Platform/Base/Mutex.h>
 #include <corvane/Platform/Dispatch/Block.h>
+#include <corvane/Platform/Dispatch/Futex.h>
 
 #include <atomic>
 #include <chrono>
@@ -67,6 +68,7 @@ private:
     int alarm_ = -1;
     std::atomic<bool> isAwake_{false}; // inside runUntil and sure to look again: no need to ring
     std::atomic<bool> isStopped_{false};
+    Patience patience_{200};
     std::atomic<LoopClock::rep> nextAlarm_; // what the timer descriptor is set to
 
     Mutex mutex_;

@@ -38,6 +38,11 @@ public:
     void async(Block&& block, bool alone);
     /// Runs what the main queue holds, but nothing that is added meanwhile; whether there was anything.
     bool drainOnMainThread();
+    /// For a block of the main queue: whether others wait behind it.
+    bool hasBlocksWaiting() const noexcept
+    {
+        return first_ != nullptr || inbox_.load(std::memory_order_seq_cst) != nullptr;
+    }
     bool isScheduled() const noexcept { return scheduled_.load(std::memory_order_seq_cst); }
 
     void run() override;

@@ -300,14 +300,13 @@ void WorkerPool::announceStandstill() noexcept
 
 // A worker without work keeps looking for a moment before it parks: a queue that is fed all the time then
 // costs its feeder no system call. Only one does at a time.
-void WorkerPool::search() const noexcept
+void WorkerPool::search() noexcept
 {
-    for (int looks = 0; looks < 24; ++looks) {
-        for (int pauses = 0; pauses < 48; ++pauses)
+    patience_.lookFor([this] {
+        for (int pauses = 0; pauses < 15; ++pauses)
             pauseProcessor();
-        if (hasReady())
-            return;
-    }
+        return hasReady();
+    });
 }
 
 void WorkerPool::rejoin(Worker& worker)
@@ -468,13 +467,18 @@ WorkerPool::Seen WorkerPool::look(Worker& worker)
     const std::uint64_t progress = worker.progress.load(std::memory_order_relaxed);
     const std::int64_t time = processorTime(worker.thread);
     const bool isFirst = worker.seenProcessorTime < 0;
-    const bool still = time >= 0 && time == worker.seenProcessorTime && progress == worker.seenProgress;
+    const bool isSameBlock = progress == worker.seenProgress;
+    const bool still = time >= 0 && time == worker.seenProcessorTime && isSameBlock;
     worker.seenProgress = progress;
     worker.seenProcessorTime = time;
-    if (!still)
-        return isFirst ? Seen::firstTime : Seen::running;
-    const char state = schedulingState(worker.tid);
-    return state == 'S' || state == 'D' ? Seen::asleep : Seen::running;
+    if (isFirst)
+        return Seen::firstTime;
+    if (still) {
+        const char state = schedulingState(worker.tid);
+        if (state == 'S' || state == 'D')
+            return Seen::asleep;
+    }
+    return isSameBlock ? Seen::inSameBlock : Seen::running;
 }
 
 // Looks at every active worker; true when one was found asleep inside its block, or may be soon.
@@ -489,16 +493,18 @@ bool WorkerPool::watchOnce()
     std::vector<std::pair<Worker*, Task*>> stranded;
     for (Worker* const worker : workers_) {
         const Seen seen = worker->state == Worker::State::active ? look(*worker) : Seen::firstTime;
-        running += seen == Seen::running;
+        running += seen == Seen::running || seen == Seen::inSameBlock;
         if (seen == Seen::asleep) {
             worker->state = Worker::State::deemedBlocked;
             worker->attention.store(true, std::memory_order_relaxed);
             --active_;
             ++found;
-            if (worker->batch.load(std::memory_order_relaxed) != nullptr) {
-                worker->batchLock.lock(); // the worker cannot leave its queue until the tasks are back in it
-                stranded.emplace_back(worker, worker->batch.exchange(nullptr, std::memory_order_acq_rel));
-            }
+        }
+        // One that computes for long may compute until a task that it has taken in advance has run.
+        if ((seen == Seen::asleep || seen == Seen::inSameBlock) &&
+            worker->batch.load(std::memory_order_relaxed) != nullptr) {
+            worker->batchLock.lock(); // the worker cannot leave its queue until the tasks are back in it
+            stranded.emplace_back(worker, worker->batch.exchange(nullptr, std::memory_order_acq_rel));
         }
         blocked += worker->state == Worker::State::deemedBlocked;
     }

@@ -123,7 +123,7 @@ private:
     bool isAnnouncementDue() CORVANE_REQUIRES(mutex_);
     void announceStandstill() noexcept;
     Runnable* popReady() CORVANE_REQUIRES(mutex_);
-    void search() const noexcept;
+    void search() noexcept;
     void workerMain(Worker& worker);
     void rejoin(Worker& worker) CORVANE_REQUIRES(mutex_);
     bool checkpoint(Worker& worker) noexcept;
@@ -133,7 +133,7 @@ private:
     void monitorMain();
     bool watchOnce();
     bool isWatchNeeded() const CORVANE_REQUIRES(mutex_);
-    enum class Seen { firstTime, running, asleep };
+    enum class Seen { firstTime, running, inSameBlock, asleep };
     static Seen look(Worker& worker);
     void setStopping(bool stopping);
 
@@ -157,6 +157,7 @@ private:
     alignas(64) std::atomic<int> readyCount_{0};
     std::atomic<int> active_{0};
     std::atomic<bool> searching_{false};
+    Patience patience_{72}; // of the one that searches
     FutexWord monitor_{monitorAbsent};
 };
 

@@ -170,6 +170,17 @@ TEST(DispatchQueueTests, BlocksOfAConcurrentQueueRunSideBySide)
     });
     for (int i = 0; i < 50; ++i)
         done.wait();
+    // The same with one that computes while it waits.
+    std::atomic<bool> hasMet{false};
+    for (int i = 0; i < 20000; ++i)
+        queue.async([] {});
+    queue.async([&] {
+        while (!hasMet)
+            std::this_thread::yield();
+        done.signal();
+    });
+    queue.async([&] { hasMet = true; });
+    done.wait();
     // Two readers meet inside.
     std::thread other([&] {
         queue.sync([&] {
@@ -479,7 +490,7 @@ TEST(DispatchQueueTests, AsyncAfterWaitsAtLeastTheDelay)
     const auto start = std::chrono::steady_clock::now();
     auto second = start;
     auto first = start;
-    queue.asyncAfter(TimeInterval(0.03), [&] {
+    queue.asyncAfter(TimeInterval(0.2), [&] {
         second = std::chrono::steady_clock::now();
         done.signal();
     });
@@ -492,7 +503,7 @@ TEST(DispatchQueueTests, AsyncAfterWaitsAtLeastTheDelay)
         done.wait();
     queue.sync([&] {
         EXPECT_GE(first - start, std::chrono::milliseconds(10));
-        EXPECT_GE(second - start, std::chrono::milliseconds(30));
+        EXPECT_GE(second - start, std::chrono::milliseconds(200));
         EXPECT_LT(first, second);
     });
 }
