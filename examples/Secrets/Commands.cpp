@@ -175,13 +175,8 @@ int showStatus(const Arguments& arguments)
     return exitStatus(use.status);
 }
 
-} // namespace
-
-int run(const Arguments& arguments)
+int runCommand(const Arguments& arguments)
 {
-    KeychainOptions options;
-    options.wait = arguments.wait;
-    setSharedKeychain(std::make_shared<SystemKeychain>(options, arguments.keychain));
     switch (arguments.command) {
     case Command::store:
         return store(arguments);
@@ -195,6 +190,18 @@ int run(const Arguments& arguments)
         return showStatus(arguments);
     }
     return 2;
+}
+
+} // namespace
+
+int run(const Arguments& arguments)
+{
+    KeychainOptions options;
+    options.wait = arguments.wait;
+    setSharedKeychain(std::make_shared<SystemKeychain>(options, arguments.keychain));
+    const int status = runCommand(arguments);
+    setSharedKeychain(nullptr); // closes a vault, so that its database is whole in one file
+    return status;
 }
 
 } // namespace secrets

@@ -95,5 +95,22 @@ TEST_F(SecretsTests, RefusesAVaultWhoseKeyOthersCanRead)
               "corvane-secrets: The vault's key file may be read or written by other users (vault).\n");
 }
 
+// On a disk of its own; even reading would make files, for which there is no room.
+TEST_F(SecretsTests, OnAFullDiskNothingIsStoredAndAllIsReadable)
+{
+    const std::string mount = "mount -t tmpfs -o size=600k none \"$XDG_DATA_HOME\"";
+    if (run("unshare -rm sh -c '" + mount + "'").status != 0)
+        GTEST_SKIP() << "no disk can be mounted";
+    const auto onDisk = [&mount](const std::string& commands) {
+        return run("export S; unshare -rm sh -c '" + mount + " && cd \"$XDG_DATA_HOME\" && " + commands + "'")
+            .output;
+    };
+    const std::string fill = "echo one | $S store a; dd if=/dev/zero of=ballast bs=4k 2>/dev/null; ";
+    const std::string tryIt =
+        "head -c 90000 /dev/zero | $S store b; echo $?; $S lookup a; echo \" $?\"; rm ballast; "
+        "head -c 90000 /dev/zero | $S store b; echo $?; $S lookup b | wc -c; $S lookup a";
+    EXPECT_EQ(onDisk(fill + tryIt), "4\none 0\n0\n90000\none");
+}
+
 } // namespace
 } // namespace corvane

@@ -27,6 +27,7 @@ OSStatus statusOf(DatabaseStatus status)
     case DatabaseStatus::full:
         return errSecDiskFull;
     case DatabaseStatus::damaged:
+    case DatabaseStatus::invalid: // without our tables
         return errSecVaultDamaged;
     default:
         return errSecIO;
@@ -136,7 +137,7 @@ OSStatus VaultFile::makeDatabase(const PrivateFolder& folder)
     return result;
 }
 
-OSStatus VaultFile::open(Access access)
+OSStatus VaultFile::open(Access access, Database::Mode mode)
 {
     if (!path_)
         return access == Access::write ? errSecIO : errSecItemNotFound;
@@ -169,7 +170,8 @@ OSStatus VaultFile::open(Access access)
     const std::string path = *path_ + "/" + databaseName;
     inode_ = inodeAtPath();
     DatabaseStatus status = DatabaseStatus::ok;
-    database_ = Database::open(path, Database::Mode::readWrite, wait_, status);
+    database_ = Database::open(path, mode, wait_, status);
+    isImmutable_ = mode == Database::Mode::immutable;
     if (!database_ || !inode_)
         return database_ ? errSecIO : statusOf(status);
     // A write survives the end of the process, not that of the power supply before the next checkpoint.
@@ -184,7 +186,7 @@ OSStatus VaultFile::open(Access access)
     replace_ = database_->prepare("UPDATE items SET mark = ?3, box = ?4 WHERE pair = ?1 AND place = ?2");
     erase_ = database_->prepare("DELETE FROM items WHERE pair = ?1 AND place = ?2");
     setState_ = database_->prepare("UPDATE vault SET state = ?1");
-    return statusOf(status);
+    return statusOf(status == DatabaseStatus::ok ? findAll_.status() : status);
 }
 
 void VaultFile::close() noexcept
@@ -199,11 +201,27 @@ void VaultFile::close() noexcept
     damage_ = errSecSuccess;
 }
 
+bool VaultFile::hasLog() const
+{
+    struct stat file {};
+    return ::stat((*path_ + "/" + databaseName + "-wal").c_str(), &file) == 0 && file.st_size > 0;
+}
+
 OSStatus VaultFile::begin(Access access)
+{
+    const OSStatus status = beginOn(access, Database::Mode::readWrite);
+    // Even reading makes files, for which a full or read-only disk has no room. Without a log the database says all.
+    if (access != Access::read || (status != errSecDiskFull && status != errSecIO) || hasLog())
+        return status;
+    close();
+    return beginOn(access, Database::Mode::immutable);
+}
+
+OSStatus VaultFile::beginOn(Access access, Database::Mode mode)
 {
     // A database that was removed or replaced meanwhile would go on taking writes that nobody ever sees.
     if (!database_ || inodeAtPath() != inode_)
-        if (const OSStatus status = open(access); status != errSecSuccess) {
+        if (const OSStatus status = open(access, mode); status != errSecSuccess) {
             close();
             return status;
         }
@@ -232,6 +250,8 @@ void VaultFile::end() noexcept
 {
     if (std::exchange(isOpen_, false))
         rollback_.run();
+    if (std::exchange(isImmutable_, false))
+        close();
 }
 
 OSStatus VaultFile::commit()
@@ -250,12 +270,11 @@ OSStatus VaultFile::commit()
 
 OSStatus VaultFile::verify()
 {
-    Statement header = database_->prepare("SELECT format, keyCheck, state, (SELECT count(*) FROM "
-                                          "sqlite_schema WHERE name = 'items') FROM vault");
+    Statement header = database_->prepare("SELECT format, keyCheck, state FROM vault");
     if (!header.step())
-        return header.status() == DatabaseStatus::busy ? errSecTimedOut : errSecVaultDamaged;
+        return header.status() == DatabaseStatus::ok ? errSecVaultDamaged : statusOf(header.status());
     VaultHash check;
-    if (header.intAt(0) != format || header.intAt(3) != 1 || !readHash(header.dataAt(1), check))
+    if (header.intAt(0) != format || !readHash(header.dataAt(1), check))
         return errSecVaultDamaged;
     const std::optional<VaultHash> state = cipher_->openState(header.dataAt(2));
     if (!state)

@@ -53,7 +53,9 @@ private:
     using Inode = std::pair<std::uint64_t, std::uint64_t>;
 
     std::optional<Inode> inodeAtPath() const;
-    OSStatus open(Access access);
+    OSStatus open(Access access, Database::Mode mode);
+    OSStatus beginOn(Access access, Database::Mode mode);
+    bool hasLog() const;
     OSStatus readKey(const PrivateFolder& folder, bool isNew);
     OSStatus makeDatabase(const PrivateFolder& folder);
     OSStatus verify();
@@ -69,7 +71,8 @@ private:
     std::optional<Database> database_;
     Statement beginRead_, beginWrite_, commit_, rollback_, findPair_, findAll_, insert_, replace_, erase_,
         setState_;
-    bool isOpen_ = false; // a transaction is
+    bool isOpen_ = false;      // a transaction is
+    bool isImmutable_ = false; // for one transaction, as nothing is noticed of what others write
 
     std::optional<Int> verifiedVersion_;
     OSStatus damage_ = errSecSuccess;
