@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -56,14 +55,15 @@ Int defaultsChecksum(std::string_view key, DataView archive) noexcept
     const auto foldAll = [&fold](const void* bytes, std::size_t size) {
         fold(size);
         const auto* at = static_cast<const unsigned char*>(bytes);
-        for (std::uint64_t word = 0; size > 0;) {
-            const std::size_t step = std::min(size, sizeof word);
-            word = 0;
-            std::memcpy(&word, at, step);
+        std::uint64_t word = 0;
+        for (; size >= sizeof word; size -= sizeof word, at += sizeof word) {
+            std::memcpy(&word, at, sizeof word);
             fold(word);
-            at += step;
-            size -= step;
         }
+        word = 0;
+        for (; size > 0; --size)
+            word = word << 8U | at[size - 1];
+        fold(word);
     };
     foldAll(key.data(), key.size());
     foldAll(archive.data(), archive.size());

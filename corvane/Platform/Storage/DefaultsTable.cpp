@@ -55,7 +55,7 @@ inline std::uint64_t keyHash(std::string_view key) noexcept
 } // namespace
 
 // The slot of the key, or the free one that it would come into.
-std::size_t DefaultsTable::slotOf(std::string_view key, std::uint64_t hash) const noexcept
+inline std::size_t DefaultsTable::slotOf(std::string_view key, std::uint64_t hash) const noexcept
 {
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t at = upperHalf(hash) & mask;; at = (at + 1) & mask) {
