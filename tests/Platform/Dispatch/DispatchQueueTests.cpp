@@ -456,8 +456,10 @@ TEST(DispatchQueueTests, QueuesThatComputeForLongTakeTurns)
     DispatchQueue("patient").async([ran] { ran.signal(); });
     ran.wait();
     isOver = true;
-    for (const DispatchQueue& queue : busy)
+    for (const DispatchQueue& queue : busy) {
+        queue.sync([] {}); // the block before it may have queued a last one behind it
         queue.sync([] {});
+    }
 }
 
 TEST(DispatchQueueTests, LowerClassesRunAtLowerPriority)
