@@ -133,7 +133,7 @@ private:
 
     // Null for a handler that is empty.
     template <typename F>
-    static std::shared_ptr<detail::NotificationHandler> made(F&& handler)
+    static std::shared_ptr<detail::NotificationHandler> made(F handler)
     {
         if constexpr (requires { bool(handler == nullptr); }) {
             if (handler == nullptr)

@@ -75,7 +75,7 @@ FileWrapper read(const std::string& path, std::string name)
         std::vector<std::string> names = FileManager::contentsOfDirectory(path);
         std::ranges::sort(names);
         for (std::string& item : names)
-            result.children.push_back(read(path + "/" + item, item));
+            result.children.push_back(read((fs::path(path) / item).string(), item));
         break;
     }
     default:

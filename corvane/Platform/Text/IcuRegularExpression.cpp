@@ -138,7 +138,8 @@ private:
         auto anchor = std::min(wanted / spacing, anchors_.size() - 1);
         if (anchors_[anchor].unit > wanted) // an anchor may be a unit late, behind a pair
             --anchor;
-        auto [unit, offset] = anchors_[anchor];
+        std::size_t unit = anchors_[anchor].unit;
+        std::size_t offset = anchors_[anchor].offset;
         while (unit < wanted) {
             const auto point = detail::codePointAt(text_, offset);
             offset += point.length;
