@@ -24,11 +24,6 @@ std::shared_ptr<Keychain>& sharedSlot() CORVANE_REQUIRES(sharedMutex)
 
 Keychain::~Keychain() = default;
 
-Date Keychain::now()
-{
-    return std::chrono::time_point_cast<Date::duration>(std::chrono::system_clock::now());
-}
-
 std::shared_ptr<Keychain> sharedKeychain()
 {
     const MutexLock lock(sharedMutex);

@@ -112,10 +112,6 @@ public:
 
     /// Where items of `service` are or would be kept, tried out by asking, not by storing.
     virtual KeychainUse use(std::string_view service) = 0;
-
-protected:
-    /// For an item's dates.
-    static Date now();
 };
 
 /// The keychain of `SecItemAdd`, `UserKeychain` and so on in this process. Never null. Thread-safe.

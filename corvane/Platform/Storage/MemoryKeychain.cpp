@@ -36,7 +36,7 @@ OSStatus MemoryKeychain::add(const KeychainItem& item, DataView secret)
     if (exists)
         return errSecDuplicateItem;
     items_.push_back({item, SecretBytes(secret)});
-    items_.back().item.created = items_.back().item.modified = now();
+    items_.back().item.created = items_.back().item.modified = currentDate();
     return errSecSuccess;
 }
 
@@ -52,7 +52,7 @@ OSStatus MemoryKeychain::update(const KeychainFilter& filter, const KeychainChan
         changes.apply(match.item);
         if (changes.secret)
             match.secret = SecretBytes(*changes.secret);
-        match.item.modified = now();
+        match.item.modified = currentDate();
         status = errSecSuccess;
     }
     return status;

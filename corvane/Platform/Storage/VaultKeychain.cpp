@@ -3,7 +3,6 @@
 #include <corvane/Platform/Storage/VaultFile.h>
 #include <corvane/Platform/Storage/VaultKeychain.h>
 
-#include <chrono>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -194,7 +193,7 @@ OSStatus VaultKeychain::add(const KeychainItem& item, DataView secret)
     if (status != errSecSuccess || exists)
         return exists ? errSecDuplicateItem : status;
     KeychainItem dated = item;
-    dated.created = dated.modified = now();
+    dated.created = dated.modified = currentDate();
     status = file.insert(place, encoded(dated, secret).view());
     return status == errSecSuccess ? file.commit() : status;
 }
@@ -204,7 +203,7 @@ OSStatus VaultKeychain::update(const KeychainFilter& filter, const KeychainChang
     const MutexLock lock(state_->mutex);
     return state_->changeMatches(filter, [&changes](VaultFile& file, State::Row& row) {
         changes.apply(row.item);
-        row.item.modified = now();
+        row.item.modified = currentDate();
         return file.replace(row.place, row.mark,
                             encoded(row.item, changes.secret.value_or(row.secret)).view());
     });
